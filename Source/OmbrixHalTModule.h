@@ -1,0 +1,40 @@
+// Private: the module platform-table convention and the log ids every module uses.
+#ifndef OMBRIX_HAL_T_MODULE_H
+#define OMBRIX_HAL_T_MODULE_H
+
+#include <cstdint>
+
+#include "OmbrixHalTypes.h"
+
+namespace ombrixhal {
+
+// Class base ids; a message under a base id brings its own text.
+inline constexpr uint32_t kLogError = 0x1000;
+inline constexpr uint32_t kLogWarning = 0x2000;
+inline constexpr uint32_t kLogInfo = 0x3000;
+
+template <typename Interface>
+using GetInterfaceFunction = OmbrixHalBool (*)(Interface*) noexcept;
+
+// Module Init: a module whose platform gives no table or no init slot counts as initialised.
+template <typename Interface>
+OmbrixHalBool initPlatformInterface(Interface& platform, GetInterfaceFunction<Interface> getInterface) noexcept {
+  platform = Interface{};
+  if (!getInterface(&platform) || platform.Init == nullptr) {
+    return 1;
+  }
+  return platform.Init();
+}
+
+// Module Done: the done slot if there is one, then nothing is supported any more.
+template <typename Interface>
+void donePlatformInterface(Interface& platform) noexcept {
+  if (platform.Done != nullptr) {
+    platform.Done();
+  }
+  platform = Interface{};
+}
+
+}  // namespace ombrixhal
+
+#endif

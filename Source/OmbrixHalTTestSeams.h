@@ -1,0 +1,23 @@
+// Private: where tests replace a module's source of its platform table. Each module's
+// Init reads its table through the pointer below, which starts at the module's own
+// PlatformGetInterface export. Set before Init, restore after Done; never exported.
+#ifndef OMBRIX_HAL_T_TEST_SEAMS_H
+#define OMBRIX_HAL_T_TEST_SEAMS_H
+
+#include "OmbrixHal.h"
+#include "OmbrixHalTModule.h"
+
+namespace ombrixhal::seam {
+
+extern GetInterfaceFunction<OmbrixHalPlatformInterface> framePlatformGetInterface;
+extern GetInterfaceFunction<OmbrixHalCriticalSectionPlatformInterface> criticalSectionPlatformGetInterface;
+extern GetInterfaceFunction<OmbrixHalMemoryPlatformInterface> memoryPlatformGetInterface;
+extern GetInterfaceFunction<OmbrixHalConsolePlatformInterface> consolePlatformGetInterface;
+extern GetInterfaceFunction<OmbrixHalKeyEventPlatformInterface> keyEventPlatformGetInterface;
+
+// The banner that identifies the library file: "Ombrix Hal Version 1.30.04 Mmm dd yyyy".
+extern const char* const versionBanner;
+
+}  // namespace ombrixhal::seam
+
+#endif

@@ -1,0 +1,19 @@
+// Host key-event table: no window to map keys for, so no slot is filled, as on the device.
+#include "OmbrixHalKeyEvent.h"
+
+namespace {
+
+constexpr OmbrixHalKeyEventPlatformInterface kKeyEventPlatform = {
+    .Init = nullptr,
+    .Done = nullptr,
+};
+
+}  // namespace
+
+OmbrixHalBool OmbrixHalKeyEventPlatformGetInterface(OmbrixHalKeyEventPlatformInterface* aInterface) noexcept {
+  if (aInterface == nullptr) {
+    return 0;
+  }
+  *aInterface = kKeyEventPlatform;
+  return 1;
+}

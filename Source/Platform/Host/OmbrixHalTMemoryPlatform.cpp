@@ -1,0 +1,31 @@
+// Host memory table: the C runtime allocator, as on the device.
+#include <cstdlib>
+
+#include "OmbrixHalMemory.h"
+
+namespace {
+
+void* allocate(uint32_t aSize, const char* /*aFile*/, uint32_t /*aLine*/) noexcept {
+  return std::malloc(aSize);
+}
+
+void release(void* aMemoryPtr) noexcept {
+  std::free(aMemoryPtr);
+}
+
+constexpr OmbrixHalMemoryPlatformInterface kMemoryPlatform = {
+    .Init = nullptr,
+    .Done = nullptr,
+    .Allocate = allocate,
+    .Free = release,
+};
+
+}  // namespace
+
+OmbrixHalBool OmbrixHalMemoryPlatformGetInterface(OmbrixHalMemoryPlatformInterface* aInterface) noexcept {
+  if (aInterface == nullptr) {
+    return 0;
+  }
+  *aInterface = kMemoryPlatform;
+  return 1;
+}

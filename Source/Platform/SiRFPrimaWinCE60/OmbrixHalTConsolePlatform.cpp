@@ -1,0 +1,26 @@
+// Device console table: the C runtime's vprintf.
+#include <cstdio>
+
+#include "OmbrixHalConsole.h"
+
+namespace {
+
+int32_t print(const char* aFormat, va_list aArguments) noexcept {
+  return std::vprintf(aFormat, aArguments);
+}
+
+constexpr OmbrixHalConsolePlatformInterface kConsolePlatform = {
+    .Init = nullptr,
+    .Done = nullptr,
+    .Print = print,
+};
+
+}  // namespace
+
+OmbrixHalBool OmbrixHalConsolePlatformGetInterface(OmbrixHalConsolePlatformInterface* aInterface) noexcept {
+  if (aInterface == nullptr) {
+    return 0;
+  }
+  *aInterface = kConsolePlatform;
+  return 1;
+}

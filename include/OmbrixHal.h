@@ -1,0 +1,14 @@
+/* The whole public interface of the HAL. */
+#ifndef OMBRIX_HAL_H
+#define OMBRIX_HAL_H
+
+#include "OmbrixHalConsole.h"
+#include "OmbrixHalCriticalSection.h"
+#include "OmbrixHalFrame.h"
+#include "OmbrixHalKeyEvent.h"
+#include "OmbrixHalLogger.h"
+#include "OmbrixHalMemory.h"
+#include "OmbrixHalTypes.h"
+#include "OmbrixHalVersion.h"
+
+#endif
