@@ -1,0 +1,63 @@
+/* The C edge as a C99 middleware sees it: the headers compile as C, nothing is logged
+ * before the middleware enables ids, and the memory macros pass the caller's position. */
+#include <stdio.h>
+#include <string.h>
+
+#include "OmbrixHal.h"
+
+static int failures = 0;
+static int checks = 0;
+#define MAX_LINES 16
+static char texts[MAX_LINES][OMBRIX_HAL_LOGGER_TEXT_LENGTH + 1];
+static int lineCount = 0;
+
+static void check(int condition, const char* description) {
+  ++checks;
+  if (!condition) {
+    ++failures;
+    fprintf(stderr, "FAILED: %s\n", description);
+  }
+}
+
+static void recordLine(void* aContext, const char* aFunctionName, uint32_t aLogId, uint32_t aSeverity,
+                       const char* aText) {
+  (void)aContext;
+  (void)aFunctionName;
+  (void)aLogId;
+  (void)aSeverity;
+  if (lineCount < MAX_LINES) {
+    strncpy(texts[lineCount], aText, OMBRIX_HAL_LOGGER_TEXT_LENGTH);
+  }
+  ++lineCount;
+}
+
+int main(void) {
+  OmbrixHalInitParameter parameter = {1, 1};
+  void* block;
+  int allocationLine;
+  char expected[128];
+
+  OmbrixHalSetLogHandler(recordLine, NULL);
+  OmbrixHalLoggerPrintf("main", OMBRIX_HAL_LOGGER_ID_ERROR, "before enabling");
+  OmbrixHalLoggerPrint("main", 0x3001);
+  check(lineCount == 0, "every id is disabled at load");
+
+  check(OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_INFO) == 1, "infos can be enabled");
+  check(OmbrixHalInit(&parameter) == 1, "the HAL starts with the header's own version");
+
+  block = OmbrixHalMemoryAllocate(24); allocationLine = __LINE__;
+  check(block != NULL, "a block is allocated");
+  lineCount = 0;
+  OmbrixHalMemoryPrintStatistics();
+  snprintf(expected, sizeof expected, "OmbrixHalCApiTest.c(Line %d) 24 bytes", allocationLine);
+  check(lineCount == 5, "the statistics are one block line and four totals");
+  check(strstr(texts[0], expected) != NULL, "the allocate macro passes this file and line");
+  OmbrixHalMemoryFree(block);
+
+  check(OmbrixHalDone() == 1, "the HAL shuts down");
+  OmbrixHalDisableLog(OMBRIX_HAL_LOGGER_ID_INFO);
+  OmbrixHalSetLogHandler(NULL, NULL);
+
+  printf("%d passed, %d failed\n", checks - failures, failures);
+  return failures == 0 ? 0 : 1;
+}

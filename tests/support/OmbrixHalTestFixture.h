@@ -1,0 +1,105 @@
+// Shared test support: a log handler that records every line, and a fixture that starts
+// the library with memory checking on and fails the test on any leak report.
+#ifndef OMBRIX_HAL_TEST_FIXTURE_H
+#define OMBRIX_HAL_TEST_FIXTURE_H
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <mutex>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "OmbrixHal.h"
+#include "OmbrixHalTTestSeams.h"
+
+namespace ombrixhal::test {
+
+struct LogLine {
+  std::string function;
+  uint32_t id;
+  uint32_t severity;
+  std::string text;
+
+  bool operator==(const LogLine&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& stream, const LogLine& line);
+
+inline LogLine error(std::string function, std::string text, uint32_t id = 0x1000) {
+  return {std::move(function), id, OMBRIX_HAL_LOGGER_SEVERITY_ERROR, std::move(text)};
+}
+inline LogLine warning(std::string function, std::string text, uint32_t id = 0x2000) {
+  return {std::move(function), id, OMBRIX_HAL_LOGGER_SEVERITY_WARNING, std::move(text)};
+}
+inline LogLine info(std::string function, std::string text, uint32_t id = 0x3000) {
+  return {std::move(function), id, OMBRIX_HAL_LOGGER_SEVERITY_INFO, std::move(text)};
+}
+
+// Records what the logger hands to the middleware's handler, from any thread.
+class LogCapture {
+ public:
+  // Installs the handler and enables all three classes.
+  void install();
+  // Removes the handler and disables all three classes again.
+  void uninstall();
+
+  std::vector<LogLine> lines() const;
+  std::vector<std::string> texts() const;
+  void clear();
+  size_t countContaining(const std::string& fragment) const;
+
+ private:
+  static void record(void* aContext, const char* aFunctionName, uint32_t aLogId, uint32_t aSeverity,
+                     const char* aText);
+
+  mutable std::mutex mutex_;
+  std::vector<LogLine> lines_;
+};
+
+// A test that captures the log but leaves the library uninitialised.
+class LoggedTest : public ::testing::Test {
+ protected:
+  void SetUp() override { log.install(); }
+  void TearDown() override { log.uninstall(); }
+
+  LogCapture log;
+};
+
+// A test with the library up (memory checking on, a valid platform argument) and the
+// start-up lines cleared. TearDown shuts it down and fails on any "Allocated block" line
+// beyond the leaks that the test declared with expectLeakedBlocks.
+class HalTest : public LoggedTest {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  // Shuts the library down and starts it again, e.g. after a test replaced a platform table.
+  void restart(uint32_t memoryCheck = 1, uint32_t platformArgument = 1);
+  void expectLeakedBlocks(size_t count) { expectedLeakedBlocks_ = count; }
+
+ private:
+  size_t expectedLeakedBlocks_ = 0;
+};
+
+// Replaces where one module takes its platform table from, for the life of this object.
+template <typename Interface>
+class ScopedPlatformInterface {
+ public:
+  ScopedPlatformInterface(GetInterfaceFunction<Interface>& seam, GetInterfaceFunction<Interface> replacement)
+      : seam_(seam), original_(seam) {
+    seam_ = replacement;
+  }
+  ~ScopedPlatformInterface() { seam_ = original_; }
+  ScopedPlatformInterface(const ScopedPlatformInterface&) = delete;
+  ScopedPlatformInterface& operator=(const ScopedPlatformInterface&) = delete;
+
+ private:
+  GetInterfaceFunction<Interface>& seam_;
+  GetInterfaceFunction<Interface> original_;
+};
+
+}  // namespace ombrixhal::test
+
+#endif
