@@ -8,6 +8,7 @@
 #include "OmbrixHalKeyEvent.h"
 #include "OmbrixHalLogger.h"
 #include "OmbrixHalMemory.h"
+#include "OmbrixHalTuner.h"
 #include "OmbrixHalTypes.h"
 #include "OmbrixHalVersion.h"
 
