@@ -37,7 +37,7 @@ std::unique_ptr<char[]> terminatedCopy(const char* bytes, size_t size) {
 }
 
 void lookUp(const char* line, const char* key) {
-  // Exactly the documented size: a longer write is caught as well.
+  // Exactly OMBRIX_HAL_TUNER_PARAM_VALUE_SIZE bytes: a longer write is caught as well.
   auto value = std::make_unique<char[]>(OMBRIX_HAL_TUNER_PARAM_VALUE_SIZE);
   const OmbrixHalBool found = OmbrixHalTunerParamParserGetParamValue(line, key, value.get());
   if (std::memchr(value.get(), '\0', OMBRIX_HAL_TUNER_PARAM_VALUE_SIZE) == nullptr || (!found && value[0] != '\0') ||
