@@ -305,7 +305,7 @@ void format(LogText256& text, const char* format, va_list arguments) {
 }
 
 // Shared by Print and Printf: aFormat NULL means the table text of the id.
-void log(const char* aFunctionName, uint32_t aLogId, const char* aFormat, va_list arguments) {
+void formatAndDeliver(const char* aFunctionName, uint32_t aLogId, const char* aFormat, va_list arguments) {
   const OmbrixHalLogHandler handler = logHandler.load(std::memory_order_relaxed);
   if (handler == nullptr) {
     return;
@@ -333,14 +333,14 @@ void OmbrixHalLoggerSetLogHandler(OmbrixHalLogHandler aHandler, void* aContext) 
 void OmbrixHalLoggerPrintf(const char* aFunctionName, uint32_t aLogId, const char* aFormat, ...) noexcept {
   va_list arguments;
   va_start(arguments, aFormat);
-  log(aFunctionName, aLogId, aFormat != nullptr ? aFormat : "", arguments);
+  formatAndDeliver(aFunctionName, aLogId, aFormat != nullptr ? aFormat : "", arguments);
   va_end(arguments);
 }
 
 void OmbrixHalLoggerPrint(const char* aFunctionName, uint32_t aLogId, ...) noexcept {
   va_list arguments;
   va_start(arguments, aLogId);
-  log(aFunctionName, aLogId, nullptr, arguments);
+  formatAndDeliver(aFunctionName, aLogId, nullptr, arguments);
   va_end(arguments);
 }
 
