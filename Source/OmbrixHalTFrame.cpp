@@ -42,8 +42,11 @@ OmbrixHalBool OmbrixHalInit_(const OmbrixHalInitParameter* aParameter, const cha
   // The fixed start-up order; each module's own result is not looked at.
   OmbrixHalCriticalSectionInit();
   OmbrixHalMemoryInit(parameter.MemoryCheck);
+  OmbrixHalClockInit();
+  OmbrixHalThreadInit();
   OmbrixHalConsoleInit();
   OmbrixHalKeyEventInit();
+  OmbrixHalTimerInit();
 
   if (platform.PostInit != nullptr) {
     result = (result && platform.PostInit(parameter.PlatformArgument)) ? 1 : 0;
@@ -57,8 +60,11 @@ OmbrixHalBool OmbrixHalDone(void) noexcept {
     return 0;
   }
   // Exactly the reverse of the start-up order.
+  OmbrixHalTimerDone();
   OmbrixHalKeyEventDone();
   OmbrixHalConsoleDone();
+  OmbrixHalThreadDone();
+  OmbrixHalClockDone();
   OmbrixHalMemoryDone();
   OmbrixHalCriticalSectionDone();
 

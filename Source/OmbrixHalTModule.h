@@ -2,6 +2,7 @@
 #ifndef OMBRIX_HAL_T_MODULE_H
 #define OMBRIX_HAL_T_MODULE_H
 
+#include <atomic>
 #include <cstdint>
 
 #include "OmbrixHalTypes.h"
@@ -12,6 +13,25 @@ namespace ombrixhal {
 inline constexpr uint32_t kLogError = 0x1000;
 inline constexpr uint32_t kLogWarning = 0x2000;
 inline constexpr uint32_t kLogInfo = 0x3000;
+
+// A word that one thread writes and others read without a lock: relaxed, as the
+// documented lock-free behaviour needs no ordering, but never a data race.
+template <typename T>
+class Relaxed {
+ public:
+  constexpr Relaxed(T value = T{}) noexcept : value_(value) {}
+  Relaxed(const Relaxed&) = delete;
+  Relaxed& operator=(const Relaxed&) = delete;
+
+  operator T() const noexcept { return value_.load(std::memory_order_relaxed); }
+  Relaxed& operator=(T value) noexcept {
+    value_.store(value, std::memory_order_relaxed);
+    return *this;
+  }
+
+ private:
+  std::atomic<T> value_;
+};
 
 template <typename Interface>
 using GetInterfaceFunction = OmbrixHalBool (*)(Interface*) noexcept;

@@ -164,9 +164,11 @@ class FieldReader {
     if (!find(key, true)) {
       return;
     }
-    std::strncpy(field, value_, sizeof field - 1);
-    field[sizeof field - 1] = '\0';
-    ok_ = ok_ && std::strlen(value_) < sizeof field;
+    const size_t length = std::strlen(value_);
+    const size_t copied = length < sizeof field ? length : sizeof field - 1;
+    std::memcpy(field, value_, copied);
+    std::memset(field + copied, 0, sizeof field - copied);
+    ok_ = ok_ && length < sizeof field;
   }
 
   bool ok() const { return ok_; }

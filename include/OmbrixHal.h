@@ -2,12 +2,16 @@
 #ifndef OMBRIX_HAL_H
 #define OMBRIX_HAL_H
 
+#include "OmbrixHalClock.h"
 #include "OmbrixHalConsole.h"
 #include "OmbrixHalCriticalSection.h"
+#include "OmbrixHalDateTime.h"
 #include "OmbrixHalFrame.h"
 #include "OmbrixHalKeyEvent.h"
 #include "OmbrixHalLogger.h"
 #include "OmbrixHalMemory.h"
+#include "OmbrixHalThread.h"
+#include "OmbrixHalTimer.h"
 #include "OmbrixHalTuner.h"
 #include "OmbrixHalTypes.h"
 #include "OmbrixHalVersion.h"

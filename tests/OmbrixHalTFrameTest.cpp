@@ -22,6 +22,8 @@ OmbrixHalBool recordingGetInterface(Interface* aInterface) noexcept {
 
 constexpr char kCriticalSection[] = "CriticalSection";
 constexpr char kMemory[] = "Memory";
+constexpr char kClock[] = "Clock";
+constexpr char kThread[] = "Thread";
 constexpr char kConsole[] = "Console";
 constexpr char kKeyEvent[] = "KeyEvent";
 
@@ -40,6 +42,10 @@ struct RecordingModules {
       recordingGetInterface<OmbrixHalCriticalSectionPlatformInterface, kCriticalSection>};
   ScopedPlatformInterface<OmbrixHalMemoryPlatformInterface> memory{
       seam::memoryPlatformGetInterface, recordingGetInterface<OmbrixHalMemoryPlatformInterface, kMemory>};
+  ScopedPlatformInterface<OmbrixHalClockPlatformInterface> clock{
+      seam::clockPlatformGetInterface, recordingGetInterface<OmbrixHalClockPlatformInterface, kClock>};
+  ScopedPlatformInterface<OmbrixHalThreadPlatformInterface> thread{
+      seam::threadPlatformGetInterface, recordingGetInterface<OmbrixHalThreadPlatformInterface, kThread>};
   ScopedPlatformInterface<OmbrixHalConsolePlatformInterface> console{
       seam::consolePlatformGetInterface, recordingGetInterface<OmbrixHalConsolePlatformInterface, kConsole>};
   ScopedPlatformInterface<OmbrixHalKeyEventPlatformInterface> keyEvent{
@@ -60,14 +66,31 @@ TEST_F(FrameLifecycle, InitBringsModulesUpInOrderAndDoneTakesThemDownInReverse) 
       "init KeyEvent",  // the platform init starts key events itself
       "init CriticalSection",
       "init Memory",
+      "init Clock",
+      "init Thread",
       "init Console",
       "init KeyEvent",
       "done KeyEvent",
       "done Console",
+      "done Thread",
+      "done Clock",
       "done Memory",
       "done CriticalSection",
   };
   EXPECT_EQ(calls, expected);
+}
+
+TEST_F(FrameLifecycle, InitAndDoneFreeEveryTimer) {
+  ASSERT_EQ(OmbrixHalInit(&kCheckedStart), 1);
+  for (int index = 0; index < OMBRIX_HAL_TIMER_COUNT; ++index) {
+    ASSERT_NE(OmbrixHalTimerOpen(), nullptr);
+  }
+  ASSERT_EQ(OmbrixHalDone(), 1);
+  ASSERT_EQ(OmbrixHalInit(&kCheckedStart), 1);
+  for (int index = 0; index < OMBRIX_HAL_TIMER_COUNT; ++index) {
+    EXPECT_NE(OmbrixHalTimerOpen(), nullptr);
+  }
+  EXPECT_EQ(OmbrixHalDone(), 1);
 }
 
 TEST_F(FrameLifecycle, SecondInitReturnsOneAndInitialisesNothing) {
@@ -174,6 +197,8 @@ TEST(FramePlatform, EveryModuleTableRejectsNull) {
   EXPECT_EQ(OmbrixHalMemoryPlatformGetInterface(nullptr), 0);
   EXPECT_EQ(OmbrixHalConsolePlatformGetInterface(nullptr), 0);
   EXPECT_EQ(OmbrixHalKeyEventPlatformGetInterface(nullptr), 0);
+  EXPECT_EQ(OmbrixHalClockPlatformGetInterface(nullptr), 0);
+  EXPECT_EQ(OmbrixHalThreadPlatformGetInterface(nullptr), 0);
 }
 
 TEST_F(FrameLifecycle, HardwareVersionStaysEmptyBeforeAndAfterInit) {

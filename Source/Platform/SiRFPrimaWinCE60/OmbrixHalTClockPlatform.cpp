@@ -1,0 +1,34 @@
+// Device clock table: GetTickCount, which wraps at 2^32; no hardware clock to set.
+#include <windows.h>
+
+#include "OmbrixHalClock.h"
+
+namespace {
+
+uint32_t getTicks(void) noexcept {
+  return GetTickCount();
+}
+
+uint32_t getTicksOverflow(void) noexcept {
+  return 0;
+}
+
+void setUtcTime(OmbrixHalDateTime /*aUtcTime*/) noexcept {}
+
+constexpr OmbrixHalClockPlatformInterface kClockPlatform = {
+    .Init = nullptr,
+    .Done = nullptr,
+    .GetTicks = getTicks,
+    .GetTicksOverflow = getTicksOverflow,
+    .SetUtcTime = setUtcTime,
+};
+
+}  // namespace
+
+OmbrixHalBool OmbrixHalClockPlatformGetInterface(OmbrixHalClockPlatformInterface* aInterface) noexcept {
+  if (aInterface == nullptr) {
+    return 0;
+  }
+  *aInterface = kClockPlatform;
+  return 1;
+}
