@@ -11,7 +11,6 @@ GetInterfaceFunction<OmbrixHalClockPlatformInterface> clockPlatformGetInterface 
 
 namespace {
 
-using ombrixhal::kLogWarning;
 using ombrixhal::Relaxed;
 
 constexpr const char* kGetTicksName = "OmbrixHalClockGetTicks";
@@ -196,16 +195,14 @@ void OmbrixHalClockDone(void) noexcept {
 }
 
 uint32_t OmbrixHalClockGetTicks(void) noexcept {
-  if (platform.GetTicks == nullptr) {
-    OmbrixHalLoggerPrintf(kGetTicksName, kLogWarning, kGetTicksNotSupported);
+  if (!ombrixhal::isSupported(platform.GetTicks, kGetTicksName, kGetTicksNotSupported)) {
     return 0;
   }
   return platform.GetTicks();
 }
 
 uint32_t OmbrixHalClockGetTicksOverflow(void) noexcept {
-  if (platform.GetTicksOverflow == nullptr) {
-    OmbrixHalLoggerPrintf(kGetTicksOverflowName, kLogWarning, kGetTicksOverflowNotSupported);
+  if (!ombrixhal::isSupported(platform.GetTicksOverflow, kGetTicksOverflowName, kGetTicksOverflowNotSupported)) {
     return 0;
   }
   return platform.GetTicksOverflow();

@@ -12,7 +12,6 @@ namespace {
 
 using ombrixhal::kLogError;
 using ombrixhal::kLogInfo;
-using ombrixhal::kLogWarning;
 
 constexpr const char* kCreateName = "OmbrixHalCriticalSectionCreate";
 constexpr const char* kDestroyName = "OmbrixHalCriticalSectionDestroy";
@@ -46,8 +45,7 @@ void OmbrixHalCriticalSectionDone(void) noexcept {
 }
 
 OmbrixHalCriticalSectionHandle OmbrixHalCriticalSectionCreate(void) noexcept {
-  if (platform.Create == nullptr) {
-    OmbrixHalLoggerPrintf(kCreateName, kLogWarning, kCreateNotSupported);
+  if (!ombrixhal::isSupported(platform.Create, kCreateName, kCreateNotSupported)) {
     return nullptr;
   }
   OmbrixHalCriticalSectionHandle section = platform.Create();
@@ -64,9 +62,8 @@ OmbrixHalBool OmbrixHalCriticalSectionDestroy(OmbrixHalCriticalSectionHandle aTh
     OmbrixHalLoggerPrintf(kDestroyName, kLogError, kIllegalNullThis);
     return 0;
   }
-  if (platform.Destroy == nullptr) {
-    // Deliberate: the text names the thread module's export.
-    OmbrixHalLoggerPrintf(kDestroyName, kLogWarning, kDestroyNotSupported);
+  // Deliberate: the text names the thread module's export.
+  if (!ombrixhal::isSupported(platform.Destroy, kDestroyName, kDestroyNotSupported)) {
     return 0;
   }
   const OmbrixHalBool result = platform.Destroy(aThis);
@@ -80,8 +77,7 @@ OmbrixHalBool OmbrixHalCriticalSectionEnter(OmbrixHalCriticalSectionHandle aThis
   if (aThis == nullptr) {
     return 0;
   }
-  if (platform.Enter == nullptr) {
-    OmbrixHalLoggerPrintf(kEnterName, kLogWarning, kEnterNotSupported);
+  if (!ombrixhal::isSupported(platform.Enter, kEnterName, kEnterNotSupported)) {
     return 0;
   }
   const OmbrixHalBool result = platform.Enter(aThis);
@@ -95,8 +91,7 @@ OmbrixHalBool OmbrixHalCriticalSectionTimedEnter(OmbrixHalCriticalSectionHandle 
   if (aThis == nullptr) {
     return 0;
   }
-  if (platform.TimedEnter == nullptr) {
-    OmbrixHalLoggerPrintf(kTimedEnterName, kLogWarning, kTimedEnterNotSupported);
+  if (!ombrixhal::isSupported(platform.TimedEnter, kTimedEnterName, kTimedEnterNotSupported)) {
     return 0;
   }
   const OmbrixHalBool result = platform.TimedEnter(aThis, aTimeout);
@@ -111,8 +106,7 @@ OmbrixHalBool OmbrixHalCriticalSectionLeave(OmbrixHalCriticalSectionHandle aThis
     return 0;
   }
   // Deliberate: Leave is available when Enter is, and its failure is logged under the Enter name.
-  if (platform.Enter == nullptr) {
-    OmbrixHalLoggerPrintf(kLeaveName, kLogWarning, kLeaveNotSupported);
+  if (!ombrixhal::isSupported(platform.Enter, kLeaveName, kLeaveNotSupported)) {
     return 0;
   }
   const OmbrixHalBool result = platform.Leave != nullptr ? platform.Leave(aThis) : 0;

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "OmbrixHalLogger.h"
 #include "OmbrixHalTypes.h"
 
 namespace ombrixhal {
@@ -32,6 +33,17 @@ class Relaxed {
  private:
   std::atomic<T> value_;
 };
+
+// Module convention: an operation whose platform slot is empty warns, naming the export in
+// the module's own words, and fails.
+template <typename Slot>
+bool isSupported(Slot slot, const char* functionName, const char* notSupportedText) noexcept {
+  if (slot == nullptr) {
+    OmbrixHalLoggerPrintf(functionName, kLogWarning, "%s", notSupportedText);
+    return false;
+  }
+  return true;
+}
 
 template <typename Interface>
 using GetInterfaceFunction = OmbrixHalBool (*)(Interface*) noexcept;

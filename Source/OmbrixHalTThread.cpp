@@ -11,7 +11,6 @@ namespace {
 
 using ombrixhal::kLogError;
 using ombrixhal::kLogInfo;
-using ombrixhal::kLogWarning;
 
 constexpr const char* kCreateName = "OmbrixHalThreadCreate";
 constexpr const char* kDestroyName = "OmbrixHalThreadDestroy";
@@ -54,8 +53,7 @@ OmbrixHalThreadHandle OmbrixHalThreadCreate(OmbrixHalThreadFunction aFunction, v
     OmbrixHalLoggerPrintf(kCreateName, kLogError, kIllegalPriority, aPriority);
     return nullptr;
   }
-  if (platform.Create == nullptr) {
-    OmbrixHalLoggerPrintf(kCreateName, kLogWarning, kCreateNotSupported);
+  if (!ombrixhal::isSupported(platform.Create, kCreateName, kCreateNotSupported)) {
     return nullptr;
   }
   OmbrixHalThreadHandle thread = platform.Create(aFunction, aParameter, aPriority, aReserved, aStackSize);
@@ -72,8 +70,7 @@ OmbrixHalBool OmbrixHalThreadDestroy(OmbrixHalThreadHandle aThis) noexcept {
     OmbrixHalLoggerPrintf(kDestroyName, kLogError, kIllegalNullThis);
     return 0;
   }
-  if (platform.Destroy == nullptr) {
-    OmbrixHalLoggerPrintf(kDestroyName, kLogWarning, kDestroyNotSupported);
+  if (!ombrixhal::isSupported(platform.Destroy, kDestroyName, kDestroyNotSupported)) {
     return 0;
   }
   const OmbrixHalBool result = platform.Destroy(aThis);
@@ -90,24 +87,21 @@ void OmbrixHalThreadTerminate(OmbrixHalThreadHandle aThis, uint32_t aExitCode) n
     OmbrixHalLoggerPrintf(kTerminateName, kLogError, kIllegalNullThis);
     return;
   }
-  if (platform.Terminate == nullptr) {
-    OmbrixHalLoggerPrintf(kTerminateName, kLogWarning, kTerminateNotSupported);
+  if (!ombrixhal::isSupported(platform.Terminate, kTerminateName, kTerminateNotSupported)) {
     return;
   }
   platform.Terminate(aThis, aExitCode);
 }
 
 void OmbrixHalThreadSleep(uint32_t aMilliseconds) noexcept {
-  if (platform.Sleep == nullptr) {
-    OmbrixHalLoggerPrintf(kSleepName, kLogWarning, kSleepNotSupported);
+  if (!ombrixhal::isSupported(platform.Sleep, kSleepName, kSleepNotSupported)) {
     return;
   }
   platform.Sleep(aMilliseconds);
 }
 
 uint32_t OmbrixHalThreadGetId(void) noexcept {
-  if (platform.GetId == nullptr) {
-    OmbrixHalLoggerPrintf(kGetIdName, kLogWarning, kGetIdNotSupported);
+  if (!ombrixhal::isSupported(platform.GetId, kGetIdName, kGetIdNotSupported)) {
     return 0;
   }
   return platform.GetId();
