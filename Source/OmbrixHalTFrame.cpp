@@ -45,6 +45,7 @@ OmbrixHalBool OmbrixHalInit_(const OmbrixHalInitParameter* aParameter, const cha
   OmbrixHalClockInit();
   OmbrixHalThreadInit();
   OmbrixHalConsoleInit();
+  OmbrixHalFileInit();
   OmbrixHalKeyEventInit();
   OmbrixHalTimerInit();
 
@@ -62,6 +63,7 @@ OmbrixHalBool OmbrixHalDone(void) noexcept {
   // Exactly the reverse of the start-up order.
   OmbrixHalTimerDone();
   OmbrixHalKeyEventDone();
+  OmbrixHalFileDone();
   OmbrixHalConsoleDone();
   OmbrixHalThreadDone();
   OmbrixHalClockDone();

@@ -6,6 +6,7 @@
 #include "OmbrixHalConsole.h"
 #include "OmbrixHalCriticalSection.h"
 #include "OmbrixHalDateTime.h"
+#include "OmbrixHalFile.h"
 #include "OmbrixHalFrame.h"
 #include "OmbrixHalKeyEvent.h"
 #include "OmbrixHalLogger.h"

@@ -1,0 +1,244 @@
+// Tests of the file layer over a recording fake file system: prefix routing, handle
+// wrapping, registration, file history, rename targets, iterators and volumes.
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "OmbrixHalFakeClock.h"
+
+namespace ombrixhal::test {
+namespace {
+
+constexpr const char* kOpen = "OmbrixHalFileOpen";
+constexpr const char* kRemove = "OmbrixHalFileRemove";
+
+// The logger cuts a text that reaches 256 characters to 253 and "...".
+std::string logged(const std::string& text) {
+  return text.size() < 256 ? text : text.substr(0, 253) + "...";
+}
+
+// What the fake file system was asked, in order, and what its next Remove/Rename returns.
+std::vector<std::string> calls;
+OmbrixHalBool slotResult = 1;
+
+void* fakeOpen(const char* aPath, const char* aMode) noexcept {
+  calls.push_back(std::string("Open ") + aPath + " " + aMode);
+  return std::string(aPath) == "missing" ? nullptr : &calls;
+}
+OmbrixHalBool fakeRemove(const char* aPath) noexcept {
+  calls.push_back(std::string("Remove ") + aPath);
+  return slotResult;
+}
+OmbrixHalBool fakeRename(const char* aOld, const char* aNew) noexcept {
+  calls.push_back(std::string("Rename ") + aOld + " " + aNew);
+  return slotResult;
+}
+OmbrixHalBool fakeSeek(void*, int32_t aOffset, int32_t aOrigin) noexcept {
+  calls.push_back("Seek " + std::to_string(aOffset) + " " + std::to_string(aOrigin));
+  return 1;
+}
+
+OmbrixHalFileInterface fakeInterface(const char* aPrefix, bool withInit = true) {
+  OmbrixHalFileInterface record{};
+  std::snprintf(record.Prefix, sizeof record.Prefix, "%s", aPrefix);
+  if (withInit) {
+    record.Init = [](OmbrixHalFileInterface*) noexcept -> OmbrixHalBool { return 1; };
+  }
+  record.Open = fakeOpen;
+  record.Close = [](void*) noexcept -> OmbrixHalBool { return 7; };
+  record.Write = [](void*, const void*, uint32_t aSize) noexcept { return aSize > 2 ? aSize - 1 : aSize; };
+  record.Seek = fakeSeek;
+  record.Remove = fakeRemove;
+  record.Rename = fakeRename;
+  record.IteratorOpen = [](const char*) noexcept -> void* { return &calls; };
+  record.IteratorFirst = [](void*) noexcept -> OmbrixHalBool { return 1; };
+  record.VolumeMount = [](const char*) noexcept -> OmbrixHalBool { return 1; };
+  return record;
+}
+
+class FileTest : public FakeClockTest {
+ protected:
+  void SetUp() override {
+    FakeClockTest::SetUp();
+    calls.clear();
+    slotResult = 1;
+    const OmbrixHalFileInterface fake = fakeInterface("//fake/");
+    ASSERT_EQ(OmbrixHalFileRegisterFileInterface(&fake), 1);
+  }
+};
+
+using FilePrefixRouting = FileTest;
+
+TEST_F(FilePrefixRouting, OpenWithoutAMatchingPrefixFailsWithTheReason) {
+  const std::vector<std::pair<const char*, LogLine>> cases = {
+      {"//fake", error(kOpen, "Cannot open file: file system not found for '//fake'", 0x1015)},
+      {"//other/x", error(kOpen, "Cannot open file: file system not found for '//other/x'", 0x1015)},
+      {"/fake/x", error(kOpen, "Cannot open file: missing file prefix for '/fake/x'", 0x1014)},
+      {"fake/x", error(kOpen, "Cannot open file: missing file prefix for 'fake/x'", 0x1014)},
+      {"//fake/missing", error(kOpen, "Cannot open file in mode 'rb': '//fake/missing'", 0x1016)},
+  };
+  for (const auto& [path, line] : cases) {
+    log.clear();
+    EXPECT_EQ(OmbrixHalFileOpen(path, "rb"), nullptr) << path;
+    EXPECT_EQ(log.lines(), std::vector{line}) << path;
+  }
+}
+
+TEST_F(FilePrefixRouting, HandleCallsReachTheOpeningFileSystem) {
+  OmbrixHalFileHandle file = OmbrixHalFileOpen("//fake/a.ts", "w");
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(OmbrixHalFileWrite(file, "abc", 3), 2u);
+  EXPECT_EQ(OmbrixHalFileSeek(file, 5, 3), 0) << "origin 3 is refused before the call";
+  EXPECT_EQ(OmbrixHalFileSeek(file, 5, -1), 1) << "a negative origin is passed through";
+  char buffer[4];
+  EXPECT_EQ(OmbrixHalFileRead(file, buffer, 4), 0u);
+  EXPECT_EQ(OmbrixHalFileTell(file), -1);
+  EXPECT_EQ(OmbrixHalFileEof(file), 1);
+  EXPECT_EQ(OmbrixHalFileFlush(file), 0);
+  EXPECT_EQ(OmbrixHalFileClose(file), 7);
+  EXPECT_EQ(calls, (std::vector<std::string>{"Open a.ts w", "Seek 5 -1"}));
+  EXPECT_EQ(log.lines(), (std::vector{info(kOpen, "File opened in mode 'w': '//fake/a.ts'", 0x3012),
+                                      error("OmbrixHalFileWrite", "File write error: 2 of 3 bytes written"),
+                                      warning("OmbrixHalFileRead", "Function not supported: 'OmbrixHalFileRead'", 0x2001),
+                                      info("OmbrixHalFileClose", "File closed", 0x3013)}));
+}
+
+TEST_F(FilePrefixRouting, NullHandlesGiveTheDefaults) {
+  EXPECT_EQ(OmbrixHalFileClose(nullptr), 1);
+  EXPECT_EQ(OmbrixHalFileTell(nullptr), -1);
+  EXPECT_EQ(OmbrixHalFileEof(nullptr), 1);
+  EXPECT_EQ(OmbrixHalFileOpen("//fake/a", nullptr), nullptr);
+  EXPECT_EQ(log.lines(), (std::vector{error("OmbrixHalFileClose", "Illegal value 'NULL' for parameter 'This'", 0x1003),
+                                      error(kOpen, "Illegal value 'NULL' for parameter 'aMode'", 0x1003)}));
+}
+
+TEST_F(FilePrefixRouting, OpenBeforeInitIsRefused) {
+  OmbrixHalFileDone();
+  EXPECT_EQ(OmbrixHalFileOpen("//fake/a", "r"), nullptr);
+  EXPECT_EQ(log.lines(), std::vector{error(kOpen, "OmbrixHalInit() has not been called, yet!", 0x101b)});
+}
+
+using FileRegistration = FileTest;
+
+TEST_F(FileRegistration, EleventhRegistrationIsRefused) {
+  OmbrixHalFileDone();
+  for (int i = 0; i < 10; ++i) {
+    const OmbrixHalFileInterface record = fakeInterface(("//f" + std::to_string(i) + "/").c_str());
+    EXPECT_EQ(OmbrixHalFileRegisterFileInterface(&record), 1);
+  }
+  const OmbrixHalFileInterface eleventh = fakeInterface("//f10/");
+  EXPECT_EQ(OmbrixHalFileRegisterFileInterface(&eleventh), 0);
+  EXPECT_EQ(OmbrixHalFileVolumeMount("//f9/x"), 1);
+  EXPECT_EQ(OmbrixHalFileVolumeMount("//f10/x"), 0);
+  EXPECT_EQ(OmbrixHalFileRegisterFileInterface(nullptr), 0);
+}
+
+// Kept: without Init the walk also appends, so two entries share the prefix; history goes
+// to the first, while Remove takes the last.
+TEST_F(FileRegistration, ReRegistrationWithoutInitAppendsAndRemoveTakesTheLast) {
+  const OmbrixHalFileInterface record = fakeInterface("//dup/", false);
+  EXPECT_EQ(OmbrixHalFileRegisterFileInterface(&record), 0);
+  EXPECT_EQ(OmbrixHalFileRegisterFileInterface(&record), 0);
+  EXPECT_EQ(OmbrixHalFileEnableFileHistory("//dup/x", 1), 1);
+  EXPECT_EQ(OmbrixHalFileRemove("//dup/a.ts"), 1);
+  EXPECT_EQ(calls, std::vector<std::string>{"Remove a.ts"});
+}
+
+using FileHistory = FileTest;
+
+TEST_F(FileHistory, RemoveRenamesToTheUtcTimeStampedName) {
+  OmbrixHalClockSetUtcTime(1235909109);  // 2009-03-01T12:05:09
+  ASSERT_EQ(OmbrixHalFileEnableFileHistory("//fake/", 1), 1);
+  const std::string name230(230, 'n');
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"rec/a.ts", "rec/a_2009-03-01T12-05-09.ts"},
+      {"a.b/file", "a_2009-03-01T12-05-09.b/file"},
+      {"noext", "noext_2009-03-01T12-05-09"},
+      {name230, name230 + "_2009-03-01T12-05-09"},
+  };
+  for (const auto& [path, historyName] : cases) {
+    calls.clear();
+    log.clear();
+    EXPECT_EQ(OmbrixHalFileRemove(("//fake/" + path).c_str()), 1);
+    EXPECT_EQ(calls, std::vector{"Rename " + path + " " + historyName});
+    EXPECT_EQ(log.texts(), std::vector{logged("Generated file history: '//fake/" + path + "' -> '" + historyName + "'")});
+  }
+}
+
+TEST_F(FileHistory, TooLongOrFailedRenameKeepsTheFile) {
+  ASSERT_EQ(OmbrixHalFileEnableFileHistory("//fake/", 1), 1);
+  const std::string name231 = "//fake/" + std::string(231, 'n');
+  EXPECT_EQ(OmbrixHalFileRemove(name231.c_str()), 0);
+  slotResult = 0;
+  EXPECT_EQ(OmbrixHalFileRemove("//fake/a"), 0);
+  EXPECT_EQ(log.lines(), (std::vector{error(kRemove, logged("Cannot rename instead remove: name too long '" + name231 + "'")),
+                                      error(kRemove, "Cannot generate file history: '//fake/a' -> "
+                                                     "'a_1970-01-01T00-00-00'")}));
+}
+
+TEST_F(FileHistory, RemoveAndEnableFailuresNameTheirReason) {
+  OmbrixHalFileInterface noRemove = fakeInterface("//ro/");
+  noRemove.Remove = nullptr;
+  noRemove.Rename = nullptr;
+  ASSERT_EQ(OmbrixHalFileRegisterFileInterface(&noRemove), 1);
+  slotResult = 0;
+  EXPECT_EQ(OmbrixHalFileRemove("a"), 0);
+  EXPECT_EQ(OmbrixHalFileRemove("//none/a"), 0);
+  EXPECT_EQ(OmbrixHalFileRemove("//ro/a"), 0);
+  EXPECT_EQ(OmbrixHalFileRemove("//fake/a"), 0);
+  EXPECT_EQ(OmbrixHalFileEnableFileHistory("a", 1), 0);
+  EXPECT_EQ(OmbrixHalFileEnableFileHistory("//ro/a", 1), 0);
+  const char* kEnable = "OmbrixHalFileEnableFileHistory";
+  EXPECT_EQ(log.lines(), (std::vector{error(kRemove, "Cannot remove file: missing file prefix for 'a'"),
+                                      error(kRemove, "Cannot remove file: function not supported for '//none/a'"),
+                                      error(kRemove, "Function 'OmbrixHalFileRemove' not supported for: '//ro/a'"),
+                                      error(kRemove, "Cannot remove file: '//fake/a'"),
+                                      error(kEnable, "Cannot remove file: missing file prefix for 'a'"),
+                                      error(kEnable, "Function 'OmbrixHalFileEnableFileHistory' not supported for "
+                                                     "'//ro/a'")}));
+}
+
+TEST_F(FileTest, RenameBuildsTheTargetInTheOldDirectory) {
+  struct Case {
+    const char* oldName;
+    const char* newName;
+    std::vector<std::string> calls;
+    std::string text;
+  };
+  const std::vector<Case> cases = {
+      {"//fake/dir/a.ts", "b.ts", {"Rename dir/a.ts dir/b.ts"}, "Renamed file successfully: '//fake/dir/a.ts' -> 'b.ts'"},
+      {"//fake/d\\a.ts", "b.ts", {"Rename d\\a.ts d\\b.ts"}, "Renamed file successfully: '//fake/d\\a.ts' -> 'b.ts'"},
+      {"//fake/a.ts", "b.ts", {"Rename a.ts b.ts"}, "Renamed file successfully: '//fake/a.ts' -> 'b.ts'"},
+      {"//fake/d/a", "e/b", {"Rename d/a e/b"}, "Renamed file successfully: '//fake/d/a' -> 'e/b'"},
+      {"//fake/d/a", "//fake/e/b", {"Rename d/a e/b"}, "Renamed file successfully: '//fake/d/a' -> '//fake/e/b'"},
+      {"//fake/d/a", "//fak2/b", {}, "Cannot rename file: file interface prefixes do not match"},
+      {"d/a", "b", {}, "Cannot rename file: missing file prefix for 'd/a'"},
+      {"//none/a", "b", {}, "Cannot rename file: function not supported for '//none/a'"},
+  };
+  for (const Case& c : cases) {
+    calls.clear();
+    log.clear();
+    EXPECT_EQ(OmbrixHalFileRename(c.oldName, c.newName), c.calls.empty() ? 0 : 1) << c.oldName;
+    EXPECT_EQ(calls, c.calls);
+    EXPECT_EQ(log.texts(), std::vector{c.text});
+  }
+}
+
+TEST_F(FileTest, IteratorsAndVolumesUseTheFirstFileSystemWithTheSlot) {
+  OmbrixHalFileIteratorHandle iterator = OmbrixHalFileIteratorOpen("//fake/dir");
+  ASSERT_NE(iterator, nullptr);
+  EXPECT_EQ(OmbrixHalFileIteratorFirst(iterator), 1);
+  EXPECT_EQ(OmbrixHalFileIteratorNext(iterator), 0);
+  char name[8];
+  EXPECT_EQ(OmbrixHalFileIteratorGetFileName(iterator, name, sizeof name), 0);
+  // Kept: without a close slot the handle is not freed.
+  EXPECT_EQ(OmbrixHalFileIteratorClose(iterator), 0);
+  OmbrixHalMemoryFree(iterator);
+  EXPECT_EQ(OmbrixHalFileIteratorOpen("//none/dir"), nullptr);
+  EXPECT_EQ(OmbrixHalFileVolumeMount("//fake/"), 1);
+  EXPECT_EQ(OmbrixHalFileVolumeUnmount("//fake/"), 0);
+  EXPECT_TRUE(log.lines().empty());
+}
+
+}  // namespace
+}  // namespace ombrixhal::test
