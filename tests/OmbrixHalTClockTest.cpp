@@ -9,9 +9,8 @@
 namespace ombrixhal::test {
 namespace {
 
-OmbrixHalDateTime at(uint32_t year, uint32_t month, uint32_t day, uint32_t hour = 0, uint32_t minute = 0,
-                     uint32_t second = 0) {
-  return OmbrixHalDateTimeSetDateTime(nullptr, year, month, day, hour, minute, second);
+OmbrixHalDateTime at(uint32_t year, uint32_t month, uint32_t day, uint32_t hour = 0, uint32_t minute = 0) {
+  return OmbrixHalDateTimeSetDateTime(nullptr, year, month, day, hour, minute, 0);
 }
 
 std::string toString(OmbrixHalDateTime value) {
@@ -20,74 +19,71 @@ std::string toString(OmbrixHalDateTime value) {
   return text;
 }
 
-constexpr uint32_t kTwoPow32Seconds = 4294967;  // and 296 ms
-
-using ClockUtc = FakeClockTest;
-
-TEST_F(ClockUtc, BeforeAnySetUtcCountsSecondsSinceTheCounterStarted) {
-  FakeClock::setTicks(90500);
-  EXPECT_EQ(OmbrixHalClockGetUtcTime(), 90u);
+OmbrixHalDateTime utcAt(uint32_t ticks) {
+  FakeClock::setTicks(ticks);
+  return OmbrixHalClockGetUtcTime();
 }
+
+// The local time and whether it counts as daylight time, once the clock is set to utc.
+std::string localAt(OmbrixHalDateTime utc) {
+  OmbrixHalClockSetUtcTime(utc);
+  return toString(OmbrixHalClockGetLocalTime()) + " " + std::to_string(OmbrixHalClockIsDaylightTime());
+}
+
+// Start, end and offset in minutes.
+std::string daylightWindow() {
+  OmbrixHalDateTime start = 0;
+  OmbrixHalDateTime end = 0;
+  int32_t minutes = 0;
+  OmbrixHalClockGetDaylightTime(&start, &end, &minutes);
+  return toString(start) + " " + toString(end) + " " + std::to_string(minutes);
+}
+
+using Event = std::pair<void*, uint32_t>;
+std::vector<Event> events;
+void recordEvent(void* aContext, uint32_t aEvent) { events.emplace_back(aContext, aEvent); }
+void otherHandler(void*, uint32_t) {}
+
+class ClockTest : public FakeClockTest {
+ protected:
+  ClockTest() { events.clear(); }
+};
+
+using ClockUtc = ClockTest;
 
 TEST_F(ClockUtc, EachReadingTruncatesItsOwnMilliseconds) {
   FakeClock::setTicks(1000);
   OmbrixHalClockSetUtcTime(5000);
-  FakeClock::advance(500);
-  const OmbrixHalDateTime first = OmbrixHalClockGetUtcTime();
-  FakeClock::advance(1999);
-  EXPECT_EQ(OmbrixHalClockGetUtcTime() - first, 2u) << "1999 ms later may read 2 seconds later";
-  FakeClock::setTicks(1000);
-  OmbrixHalClockSetUtcTime(5000);
-  FakeClock::advance(1999);
-  EXPECT_EQ(OmbrixHalClockGetUtcTime(), 5001u) << "or only 1";
+  // 1999 ms apart: 1500 and 3499 read 2 s apart, 2000 and 3999 only 1 s.
+  EXPECT_EQ(utcAt(1500), 5000u);
+  EXPECT_EQ(utcAt(2000), 5001u);
+  EXPECT_EQ(utcAt(3499), 5002u);
+  EXPECT_EQ(utcAt(3999), 5002u);
 }
 
-TEST_F(ClockUtc, OverrunIsCountedOnceAndLogged) {
-  FakeClock::setTicks(0xfffff000u);
-  OmbrixHalClockSetUtcTime(1000);
-  FakeClock::setTicks(0x1000);
-  log.clear();
-  EXPECT_EQ(OmbrixHalClockGetUtcTime(), 1008u);  // 0x2000 ms
-  EXPECT_EQ(OmbrixHalClockGetLocalTime(), 1008u);
-  EXPECT_EQ(log.lines(), (std::vector{info("OmbrixHalClockGetUtcTime", "Clock: hardware clock overrun occured", 0x301a)}));
-}
-
-TEST_F(ClockUtc, FurtherOverrunsAddExactWrapsOfTheCounter) {
+TEST_F(ClockUtc, EachBackwardsStepIsOneOverrunLoggedByTheReaderAndFurtherOnesAddExactWraps) {
+  constexpr uint32_t kWrapSeconds = 4294967;  // 2^32 ms are that and 296 ms
   FakeClock::setTicks(1000);
   OmbrixHalClockSetUtcTime(0);
-  FakeClock::setTicks(500);  // first wrap, 2^32 - 500 ms after the set
-  EXPECT_EQ(OmbrixHalClockGetUtcTime(), 4294966u);
-  FakeClock::setTicks(400);  // second wrap: 2 * 2^32 - 600 ms
-  EXPECT_EQ(OmbrixHalClockGetUtcTime(), 2 * kTwoPow32Seconds - 1);
-  FakeClock::setTicks(300);  // third wrap: 3 * 2^32 - 700 ms, and 3 * 296 ms make up the 700
-  EXPECT_EQ(OmbrixHalClockGetUtcTime(), 3 * kTwoPow32Seconds);
-  EXPECT_EQ(log.countContaining("overrun"), 3u);
+  log.clear();
+  EXPECT_EQ(utcAt(500), kWrapSeconds - 1);
+  EXPECT_EQ(OmbrixHalClockGetUtcTime(), kWrapSeconds - 1) << "the same ticks again are no overrun";
+  FakeClock::setTicks(400);
+  EXPECT_EQ(OmbrixHalClockGetLocalTime(), 2 * kWrapSeconds - 1);
+  EXPECT_EQ(utcAt(300), 3 * kWrapSeconds);  // 3 * 296 ms make up the 700 ms short of the third wrap
+  const LogLine overrun = info("OmbrixHalClockGetUtcTime", "Clock: hardware clock overrun occured", 0x301a);
+  EXPECT_EQ(log.lines(),
+            (std::vector{overrun, info("OmbrixHalClockGetLocalTime", "Clock: hardware clock overrun occured", 0x301a),
+                         overrun}));
 }
 
 TEST_F(ClockUtc, CounterWithItsOwnWrapValue) {
   FakeClock::setWrap(100000);
   FakeClock::setTicks(90000);
   OmbrixHalClockSetUtcTime(700);
-  FakeClock::setTicks(95000);
-  EXPECT_EQ(OmbrixHalClockGetUtcTime(), 705u);
-  FakeClock::setTicks(5000);  // wrapped: 10 s to the wrap and 5 s after it
-  EXPECT_EQ(OmbrixHalClockGetUtcTime(), 715u);
-  FakeClock::setTicks(4000);  // wrapped again: one more full turn of 100 s
-  EXPECT_EQ(OmbrixHalClockGetUtcTime(), 814u);
-}
-
-TEST_F(ClockUtc, SetUtcTimeLogsSetsTheHardwareClockAndNotifiesTimeThenDaylight) {
-  static std::vector<std::pair<void*, uint32_t>> events;
-  events.clear();
-  int context = 0;
-  ASSERT_EQ(OmbrixHalClockRegisterSetHandler([](void* aContext, uint32_t aEvent) { events.emplace_back(aContext, aEvent); },
-                                             &context),
-            1);
-  OmbrixHalClockSetUtcTime(at(2009, 3, 29, 2));
-  EXPECT_EQ(log.lines(), (std::vector{info("OmbrixHalClockSetUtcTime", "Clock set UTC time to '2009-03-29T02:00:00'",
-                                           0x3016)}));
-  EXPECT_EQ(FakeClock::hardwareClockSets, std::vector<uint32_t>{at(2009, 3, 29, 2)});
-  EXPECT_EQ(events, (std::vector<std::pair<void*, uint32_t>>{{&context, 0}, {&context, 2}}));
+  EXPECT_EQ(utcAt(95000), 705u);
+  EXPECT_EQ(utcAt(5000), 715u);  // 10 s to the wrap and 5 s after it
+  EXPECT_EQ(utcAt(4000), 814u);  // one more full turn of 100 s
 }
 
 TEST_F(ClockUtc, MissingTickSlotsWarnAndReadZero) {
@@ -96,155 +92,87 @@ TEST_F(ClockUtc, MissingTickSlotsWarnAndReadZero) {
   restart();
   EXPECT_EQ(OmbrixHalClockGetTicks(), 0u);
   EXPECT_EQ(OmbrixHalClockGetTicksOverflow(), 0u);
-  EXPECT_EQ(log.lines(), (std::vector{warning("OmbrixHalClockGetTicks", "Function not supported 'OmbrixHalClockGetTicks'"),
-                                      warning("OmbrixHalClockGetTicksOverflow",
-                                              "Function not supported 'OmbrixHalClockGetTicksOverflow'")}));
-}
-
-using ClockLocalTime = FakeClockTest;
-
-TEST_F(ClockLocalTime, OffsetIsAddedToUtcAndLogged) {
-  OmbrixHalClockSetUtcTime(at(2009, 1, 10, 12));
-  log.clear();
-  OmbrixHalClockSetLocalTimeOffset(90);
-  EXPECT_EQ(toString(OmbrixHalClockGetLocalTime()), "2009-01-10T13:30:00");
-  int32_t minutes = 0;
-  OmbrixHalClockGetLocalTimeOffset(&minutes);
-  EXPECT_EQ(minutes, 90);
-  EXPECT_EQ(log.lines(), (std::vector{info("OmbrixHalClockSetLocalTimeOffset", "Clock set new LTO: 90 minutes", 0x3018)}));
-}
-
-TEST_F(ClockLocalTime, NegativeOffsetDoesNotComeBackAsSet) {
-  OmbrixHalClockSetLocalTimeOffset(-60);
-  int32_t minutes = 0;
-  OmbrixHalClockGetLocalTimeOffset(&minutes);
-  EXPECT_NE(minutes, -60);
-  EXPECT_EQ(minutes, static_cast<int32_t>(0xfffff1f0u / 60));
-  OmbrixHalClockSetUtcTime(at(2009, 1, 10, 12));
-  EXPECT_EQ(toString(OmbrixHalClockGetLocalTime()), "2009-01-10T11:00:00") << "the offset itself works";
-}
-
-TEST_F(ClockLocalTime, SetLocalTimeTakesTheOffsetOffAndLeavesTheHardwareClockAlone) {
-  OmbrixHalClockSetLocalTimeOffset(60);
-  log.clear();
-  OmbrixHalClockSetLocalTime(at(2009, 1, 10, 12));
-  EXPECT_EQ(toString(OmbrixHalClockGetUtcTime()), "2009-01-10T11:00:00");
-  EXPECT_TRUE(FakeClock::hardwareClockSets.empty());
   EXPECT_EQ(log.lines(),
-            (std::vector{info("OmbrixHalClockSetLocalTime", "Clock set local time to '2009-01-10T12:00:00'", 0x3017)}));
+            (std::vector{
+                warning("OmbrixHalClockGetTicks", "Function not supported 'OmbrixHalClockGetTicks'"),
+                warning("OmbrixHalClockGetTicksOverflow", "Function not supported 'OmbrixHalClockGetTicksOverflow'")}));
 }
 
-TEST_F(ClockLocalTime, SetLocalTimeInsideTheWindowTakesTheDaylightOffsetOffWhateverTheOption) {
+using ClockTimeSet = ClockTest;
+
+TEST_F(ClockTimeSet, SetsAreLoggedAndNotifiedAndOnlyUtcReachesTheHardwareClock) {
+  int context = 0;
+  ASSERT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, &context), 1);
+  OmbrixHalClockSetUtcTime(at(2009, 3, 29, 2));
+  OmbrixHalClockSetLocalTimeOffset(-60);
+  OmbrixHalClockSetLocalTime(at(2009, 1, 10, 12));
+  EXPECT_EQ(toString(OmbrixHalClockGetUtcTime()), "2009-01-10T13:00:00");
+  EXPECT_EQ(toString(OmbrixHalClockGetLocalTime()), "2009-01-10T12:00:00");
+  EXPECT_EQ(FakeClock::hardwareClockSets, std::vector<uint32_t>{at(2009, 3, 29, 2)});
+  EXPECT_EQ(events, (std::vector<Event>{{&context, 0}, {&context, 2}, {&context, 1}, {&context, 0}, {&context, 2}}));
+  EXPECT_EQ(log.lines(),
+            (std::vector{info("OmbrixHalClockSetUtcTime", "Clock set UTC time to '2009-03-29T02:00:00'", 0x3016),
+                         info("OmbrixHalClockSetLocalTimeOffset", "Clock set new LTO: -60 minutes", 0x3018),
+                         info("OmbrixHalClockSetLocalTime", "Clock set local time to '2009-01-10T12:00:00'", 0x3017)}));
+  int32_t minutes = 0;
+  OmbrixHalClockGetLocalTimeOffset(&minutes);
+  EXPECT_EQ(minutes, static_cast<int32_t>(0xfffff1f0u / 60)) << "a negative offset reads back unsigned, not as -60";
+}
+
+using ClockDaylightTime = ClockTest;
+
+TEST_F(ClockDaylightTime, ExplicitWindowAppliesTheOffsetInsideWithItsEndMovedBackByIt) {
   OmbrixHalClockSetDaylightTime(at(2009, 3, 29, 2), at(2009, 10, 25, 3), 60);
+  EXPECT_EQ(localAt(at(2009, 7, 1, 12)), "2009-07-01T13:00:00 1");
+  EXPECT_EQ(localAt(at(2009, 12, 1, 12)), "2009-12-01T12:00:00 0");
+  EXPECT_EQ(localAt(at(2009, 10, 25, 2)), "2009-10-25T02:00:00 0");
+  // The offset applies at 01:30; IsDaylightTime then tests 02:30, which is past the end.
+  EXPECT_EQ(localAt(at(2009, 10, 25, 1, 30)), "2009-10-25T02:30:00 0");
+  // A window across the year end.
+  OmbrixHalClockSetDaylightTime(at(2009, 10, 1), at(2009, 3, 1), 30);
+  EXPECT_EQ(localAt(at(2009, 12, 24, 18)), "2009-12-24T18:30:00 1");
+  EXPECT_EQ(localAt(at(2009, 6, 24, 18)), "2009-06-24T18:00:00 0");
+}
+
+TEST_F(ClockDaylightTime, ManualOptionsIgnoreTheWindowWhereSetLocalTimeDoesNot) {
+  OmbrixHalClockSetDaylightTime(at(2009, 3, 29, 2), at(2009, 10, 25, 3), 60);
+  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_ON, 60);
+  EXPECT_EQ(localAt(at(2009, 12, 1, 12)), "2009-12-01T13:00:00 1");
   OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_OFF, 60);
+  EXPECT_EQ(localAt(at(2009, 7, 1, 12)), "2009-07-01T12:00:00 0");
   OmbrixHalClockSetLocalTime(at(2009, 7, 1, 12));
-  EXPECT_EQ(toString(OmbrixHalClockGetUtcTime()), "2009-07-01T11:00:00");
+  EXPECT_EQ(toString(OmbrixHalClockGetUtcTime()), "2009-07-01T11:00:00") << "inside the window, the offset comes off";
   OmbrixHalClockSetLocalTime(at(2009, 12, 1, 12));
   EXPECT_EQ(toString(OmbrixHalClockGetUtcTime()), "2009-12-01T12:00:00");
-}
-
-TEST_F(ClockLocalTime, ExplicitWindowAppliesTheOffsetInsideOnly) {
   OmbrixHalClockSetDaylightTime(at(2009, 3, 29, 2), at(2009, 10, 25, 3), 60);
-  OmbrixHalClockSetUtcTime(at(2009, 7, 1, 12));
-  EXPECT_EQ(toString(OmbrixHalClockGetLocalTime()), "2009-07-01T13:00:00");
-  EXPECT_EQ(OmbrixHalClockIsDaylightTime(), 1);
-  OmbrixHalClockSetUtcTime(at(2009, 12, 1, 12));
-  EXPECT_EQ(toString(OmbrixHalClockGetLocalTime()), "2009-12-01T12:00:00");
-  EXPECT_EQ(OmbrixHalClockIsDaylightTime(), 0);
-  // The window's end moves back by the offset: 02:00 UTC is already outside.
-  OmbrixHalClockSetUtcTime(at(2009, 10, 25, 2));
-  EXPECT_EQ(OmbrixHalClockIsDaylightTime(), 0);
+  EXPECT_EQ(localAt(at(2009, 7, 1, 12)), "2009-07-01T13:00:00 1") << "a window set selects the explicit option again";
 }
 
-TEST_F(ClockLocalTime, WindowAcrossTheYearEnd) {
-  OmbrixHalClockSetDaylightTime(at(2009, 10, 1), at(2009, 3, 1), 30);
-  OmbrixHalClockSetUtcTime(at(2009, 12, 24, 18));
-  EXPECT_EQ(toString(OmbrixHalClockGetLocalTime()), "2009-12-24T18:30:00");
-  OmbrixHalClockSetUtcTime(at(2009, 6, 24, 18));
-  EXPECT_EQ(toString(OmbrixHalClockGetLocalTime()), "2009-06-24T18:00:00");
-}
-
-TEST_F(ClockLocalTime, DaylightIsTestedOnTheLocalTimeThatAlreadyCarriesTheOffset) {
-  // One hour before the window's end the offset is applied, which then carries the
-  // local time past the moved-back end.
-  OmbrixHalClockSetDaylightTime(at(2009, 3, 29, 2), at(2009, 10, 25, 3), 60);
-  OmbrixHalClockSetUtcTime(at(2009, 10, 25, 1, 30));
-  EXPECT_EQ(toString(OmbrixHalClockGetLocalTime()), "2009-10-25T02:30:00");
-  EXPECT_EQ(OmbrixHalClockIsDaylightTime(), 0);
-}
-
-TEST_F(ClockLocalTime, ManualOptionsIgnoreTheWindow) {
-  OmbrixHalClockSetUtcTime(at(2009, 12, 1, 12));
-  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_ON, 60);
-  EXPECT_EQ(toString(OmbrixHalClockGetLocalTime()), "2009-12-01T13:00:00");
-  EXPECT_EQ(OmbrixHalClockIsDaylightTime(), 1);
-  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_OFF, 60);
-  EXPECT_EQ(toString(OmbrixHalClockGetLocalTime()), "2009-12-01T12:00:00");
-  EXPECT_EQ(OmbrixHalClockIsDaylightTime(), 0);
-}
-
-using ClockDaylightTime = FakeClockTest;
-
-TEST_F(ClockDaylightTime, AutomaticWindowOf2009RunsFromLastSundayOfMarchToLastSundayOfOctober) {
+TEST_F(ClockDaylightTime, AutomaticWindowRunsFromLastSundayOfMarchToLastSundayOfOctoberOfTheYearSet) {
   OmbrixHalClockSetUtcTime(at(2009, 6, 1));
-  log.clear();
   OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_AUTO, 60);
-  OmbrixHalDateTime start = 0;
-  OmbrixHalDateTime end = 0;
-  int32_t minutes = 0;
-  OmbrixHalClockGetDaylightTime(&start, &end, &minutes);
-  EXPECT_EQ(toString(start), "2009-03-29T02:00:00");
-  EXPECT_EQ(toString(end), "2009-10-25T03:00:00");
-  EXPECT_EQ(minutes, 60);
-  EXPECT_EQ(log.lines(), (std::vector{info("OmbrixHalClockSetDaylightTimeOption",
-                                           "Clock set daylight time option 'auto'", 0x3019)}));
+  EXPECT_EQ(daylightWindow(), "2009-03-29T02:00:00 2009-10-25T03:00:00 60");
+  EXPECT_EQ(localAt(at(2010, 4, 1, 12)), "2010-04-01T13:00:00 1") << "outside the window of 2009";
+  EXPECT_EQ(daylightWindow(), "2010-03-28T02:00:00 2010-10-31T03:00:00 60");
 }
 
-TEST_F(ClockDaylightTime, AutomaticWindowFollowsTheYearOfEachTimeSet) {
-  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_AUTO, 60);
-  OmbrixHalClockSetUtcTime(at(2010, 1, 1));
-  OmbrixHalDateTime start = 0;
-  OmbrixHalDateTime end = 0;
-  int32_t minutes = 0;
-  OmbrixHalClockGetDaylightTime(&start, &end, &minutes);
-  EXPECT_EQ(toString(start), "2010-03-28T02:00:00");
-  EXPECT_EQ(toString(end), "2010-10-31T03:00:00");
-}
-
-TEST_F(ClockDaylightTime, OptionOffsetReadsBackInSecondsAndWindowOffsetInMinutes) {
-  OmbrixHalClockSetDaylightTime(at(2009, 3, 29, 2), at(2009, 10, 25, 3), -90);
-  int32_t minutes = 0;
-  OmbrixHalDateTime start = 0;
-  OmbrixHalDateTime end = 0;
-  OmbrixHalClockGetDaylightTime(&start, &end, &minutes);
-  EXPECT_EQ(minutes, -90);
+TEST_F(ClockDaylightTime, OptionsAreLoggedByNameOptionFourChangesNothingAndTheOffsetReadsBackInSeconds) {
+  for (uint32_t option = 0; option < 4; ++option) {
+    OmbrixHalClockSetDaylightTimeOption(option, -90);
+  }
+  OmbrixHalClockSetDaylightTimeOption(4, 30);
+  const std::string name = "OmbrixHalClockSetDaylightTimeOption";
+  EXPECT_EQ(log.lines(), (std::vector{info(name, "Clock set daylight time option 'explicit'", 0x3019),
+                                      info(name, "Clock set daylight time option 'auto'", 0x3019),
+                                      info(name, "Clock set daylight time option 'manual on'", 0x3019),
+                                      info(name, "Clock set daylight time option 'manual off'", 0x3019),
+                                      error(name, "Illegal value for parameter 'aDaylightTimeOption'", 0x1002)}));
   uint32_t option = 9;
   int32_t seconds = 0;
   OmbrixHalClockGetDaylightTimeOption(&option, &seconds);
-  EXPECT_EQ(option, OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_EXPLICIT) << "setting a window selects the explicit option";
+  EXPECT_EQ(option, OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_OFF);
   EXPECT_EQ(seconds, -5400);
-}
-
-TEST_F(ClockDaylightTime, OptionNamesAreLogged) {
-  const char* const names[] = {"explicit", "auto", "manual on", "manual off"};
-  for (uint32_t option = 0; option < 4; ++option) {
-    log.clear();
-    OmbrixHalClockSetDaylightTimeOption(option, 60);
-    EXPECT_EQ(log.texts(), std::vector<std::string>{std::string("Clock set daylight time option '") + names[option] + "'"});
-  }
-}
-
-TEST_F(ClockDaylightTime, OptionFourIsRefusedAndChangesNothing) {
-  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_ON, 30);
-  log.clear();
-  OmbrixHalClockSetDaylightTimeOption(4, 60);
-  EXPECT_EQ(log.lines(), (std::vector{error("OmbrixHalClockSetDaylightTimeOption",
-                                            "Illegal value for parameter 'aDaylightTimeOption'", 0x1002)}));
-  uint32_t option = 0;
-  int32_t seconds = 0;
-  OmbrixHalClockGetDaylightTimeOption(&option, &seconds);
-  EXPECT_EQ(option, OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_ON);
-  EXPECT_EQ(seconds, 1800);
+  EXPECT_EQ(daylightWindow(), "1970-03-29T02:00:00 1970-10-25T03:00:00 -90") << "the window's offset is in minutes";
 }
 
 TEST_F(ClockDaylightTime, NullOutParametersAreRefusedWithTheirNames) {
@@ -252,62 +180,44 @@ TEST_F(ClockDaylightTime, NullOutParametersAreRefusedWithTheirNames) {
   OmbrixHalClockGetLocalTimeOffset(nullptr);
   OmbrixHalClockGetDaylightTime(nullptr, nullptr, &value);
   OmbrixHalClockGetDaylightTimeOption(nullptr, &value);
-  EXPECT_EQ(log.lines(),
-            (std::vector{error("OmbrixHalClockGetLocalTimeOffset", "Illegal value 'NULL' for parameter 'aMinutes'", 0x1003),
-                         error("OmbrixHalClockGetDaylightTime", "Illegal value 'NULL' for parameter 'aStart'", 0x1003),
-                         error("OmbrixHalClockGetDaylightTimeOption",
-                               "Illegal value 'NULL' for parameter 'aDaylightTimeOption'", 0x1003)}));
+  EXPECT_EQ(
+      log.lines(),
+      (std::vector{error("OmbrixHalClockGetLocalTimeOffset", "Illegal value 'NULL' for parameter 'aMinutes'", 0x1003),
+                   error("OmbrixHalClockGetDaylightTime", "Illegal value 'NULL' for parameter 'aStart'", 0x1003),
+                   error("OmbrixHalClockGetDaylightTimeOption",
+                         "Illegal value 'NULL' for parameter 'aDaylightTimeOption'", 0x1003)}));
 }
 
-using ClockSetHandlers = FakeClockTest;
+using ClockSetHandlers = ClockTest;
 
-std::vector<uint32_t> eventsSeen;
-void recordEvent(void* /*aContext*/, uint32_t aEvent) {
-  eventsSeen.push_back(aEvent);
-}
-void otherHandler(void*, uint32_t) {}
-
-TEST_F(ClockSetHandlers, EveryChangeNotifiesItsEvent) {
-  eventsSeen.clear();
-  ASSERT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, nullptr), 1);
-  OmbrixHalClockSetLocalTime(1000);
+TEST_F(ClockSetHandlers, TableHoldsTwentyAndEveryChangeButARefusedOneIsNotified) {
+  for (int index = 0; index < OMBRIX_HAL_CLOCK_SET_HANDLER_COUNT; ++index) {
+    ASSERT_EQ(OmbrixHalClockRegisterSetHandler(otherHandler, nullptr), 1) << index;
+  }
+  EXPECT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, nullptr), 0);
+  EXPECT_EQ(OmbrixHalClockUnregisterSetHandler(nullptr), 0);
+  EXPECT_EQ(OmbrixHalClockUnregisterSetHandler(recordEvent), 0);
+  ASSERT_EQ(OmbrixHalClockUnregisterSetHandler(otherHandler), 1);
+  ASSERT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, nullptr), 1) << "a freed entry is taken again";
   OmbrixHalClockSetLocalTimeOffset(60);
   OmbrixHalClockSetDaylightTime(1, 2, 60);
   OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_OFF, 0);
   OmbrixHalClockSetDaylightTimeOption(4, 0);
-  EXPECT_EQ(eventsSeen, (std::vector<uint32_t>{0, 2, 1, 2, 2}));
-}
-
-TEST_F(ClockSetHandlers, TwentyOneHandlersDoNotFit) {
-  for (int index = 0; index < OMBRIX_HAL_CLOCK_SET_HANDLER_COUNT; ++index) {
-    ASSERT_EQ(OmbrixHalClockRegisterSetHandler(otherHandler, nullptr), 1) << index;
-  }
-  EXPECT_EQ(OmbrixHalClockRegisterSetHandler(otherHandler, nullptr), 0);
-  ASSERT_EQ(OmbrixHalClockUnregisterSetHandler(otherHandler), 1);
-  EXPECT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, nullptr), 1) << "a freed entry is taken again";
-}
-
-TEST_F(ClockSetHandlers, UnregisterFindsOnlyRegisteredFunctions) {
-  eventsSeen.clear();
-  ASSERT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, nullptr), 1);
-  EXPECT_EQ(OmbrixHalClockUnregisterSetHandler(nullptr), 0);
-  EXPECT_EQ(OmbrixHalClockUnregisterSetHandler(otherHandler), 0);
-  EXPECT_EQ(OmbrixHalClockUnregisterSetHandler(recordEvent), 1);
-  EXPECT_EQ(OmbrixHalClockUnregisterSetHandler(recordEvent), 0);
+  ASSERT_EQ(OmbrixHalClockUnregisterSetHandler(recordEvent), 1);
   OmbrixHalClockSetLocalTimeOffset(0);
-  EXPECT_TRUE(eventsSeen.empty());
+  EXPECT_EQ(events, (std::vector<Event>{{nullptr, 1}, {nullptr, 2}, {nullptr, 2}}));
 }
 
-TEST_F(ClockSetHandlers, InitForgetsHandlersAndState) {
-  eventsSeen.clear();
+TEST_F(ClockSetHandlers, InitForgetsHandlersAndStateAndCountsFromTheCounterStartAgain) {
   ASSERT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, nullptr), 1);
+  OmbrixHalClockSetUtcTime(at(2009, 1, 1));
   OmbrixHalClockSetLocalTimeOffset(60);
+  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_ON, 60);
   restart();
+  FakeClock::setTicks(90500);
+  EXPECT_EQ(OmbrixHalClockGetLocalTime(), 90u);
   OmbrixHalClockSetUtcTime(100);
-  int32_t minutes = -1;
-  OmbrixHalClockGetLocalTimeOffset(&minutes);
-  EXPECT_EQ(minutes, 0);
-  EXPECT_EQ(eventsSeen, std::vector<uint32_t>{1});
+  EXPECT_EQ(events, (std::vector<Event>{{nullptr, 0}, {nullptr, 2}, {nullptr, 1}, {nullptr, 2}}));
 }
 
 }  // namespace

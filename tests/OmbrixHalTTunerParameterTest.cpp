@@ -2,6 +2,7 @@
 // readable logging of a tuning request.
 #include <cstring>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "OmbrixHalTestFixture.h"
@@ -11,53 +12,36 @@ namespace {
 
 constexpr const char* kCaller = "OmbrixHalTunerSetParameter";
 
-struct TypeLookupCase {
-  const char* text;
-  OmbrixHalTunerType type;
-};
-
-TEST(TunerTypeLookup, ResolvesTheWordBeforeTheColonCaseSensitively) {
-  const TypeLookupCase cases[] = {
-      {"DVB-T", 9},       {"dvb-t", 0},        {"DVB-T: freq=474000", 9}, {"", 0},
-      {"UNKNOWN", 0},     {"asi", 10},         {"DVB-S2:", 8},            {"DVB-T:freq", 9},
-      {"DVB-T ", 0},      {"analogFile", 3},   {"digitalFile", 5},        {"digitalFileXXXXXY:", 0},
+TEST(TunerTypeLookup, ResolvesTheWordBeforeTheColonCaseSensitivelyAndReadsAtMostSixteenCharacters) {
+  const std::pair<const char*, OmbrixHalTunerType> cases[] = {
+      {"DVB-T", 9},      {"dvb-t", 0},       {"DVB-T: freq=474000", 9},
+      {"", 0},           {"UNKNOWN", 0},     {"asi", 10},
+      {"DVB-S2:", 8},    {"DVB-T:freq", 9},  {"DVB-T ", 0},
+      {"analogFile", 3}, {"digitalFile", 5}, {"digitalFileXXXXXY:", 0},
   };
-  for (const TypeLookupCase& lookup : cases) {
-    EXPECT_EQ(OmbrixHalTunerParameterGetTunerTypeFromString(lookup.text), lookup.type) << lookup.text;
+  for (const auto& [text, type] : cases) {
+    EXPECT_EQ(OmbrixHalTunerParameterGetTunerTypeFromString(text), type) << text;
   }
-}
-
-TEST(TunerTypeLookup, ReadsAtMostSixteenCharacters) {
   // No terminator within reach: a read beyond 16 characters lands in the sanitizer's red zone.
   auto unterminated = std::make_unique<char[]>(16);
   std::memcpy(unterminated.get(), "DVB-TDVB-TDVB-T!", 16);
   EXPECT_EQ(OmbrixHalTunerParameterGetTunerTypeFromString(unterminated.get()), 0);
 }
 
-OmbrixHalTunerParameter dvbT(uint32_t frequency) {
-  OmbrixHalTunerParameter record{};
-  record.DvbT = {.Type = 9, .Frequency = frequency, .Bandwidth = 4, .Modulation = 6, .CodeRate = 9,
-                 .TransmissionMode = 4, .GuardInterval = 2};
-  return record;
+// A record from its 32-bit words in layout order, the rest zero.
+OmbrixHalTunerParameter record(const std::vector<int32_t>& words) {
+  OmbrixHalTunerParameter parameter{};
+  std::memcpy(&parameter, words.data(), words.size() * sizeof(int32_t));
+  return parameter;
 }
 
-OmbrixHalTunerParameter dvbS(uint32_t frequency) {
-  OmbrixHalTunerParameter record{};
-  record.DvbS = {.Type = 7, .Frequency = frequency, .SymbolRate = 27500000, .CodeRate = 7, .ModulationSystem = 1,
-                 .Modulation = 3, .LofLow = 9750, .LofHigh = 10600, .LofSwitch = 11700, .Polarisation = 1,
-                 .Position = 1, .Option = 0};
-  return record;
-}
-
-OmbrixHalTunerParameter withType(OmbrixHalTunerParameter record, OmbrixHalTunerType type) {
-  record.Type = type;
-  return record;
-}
-
-OmbrixHalTunerParameter dvbC(OmbrixHalTunerModulation modulation) {
-  OmbrixHalTunerParameter record{};
-  record.DvbC = {.Type = 6, .Frequency = 0, .SymbolRate = -1, .Modulation = modulation};
-  return record;
+// Valid records. DVB-T: Type, Frequency, Bandwidth, Modulation, CodeRate, TransmissionMode,
+// GuardInterval. DVB-S: Type, Frequency, SymbolRate, CodeRate, ModulationSystem, Modulation,
+// LofLow, LofHigh, LofSwitch, Polarisation, Position, Option. DVB-C: Type, Frequency,
+// SymbolRate, Modulation.
+OmbrixHalTunerParameter dvbT(int32_t frequency) { return record({9, frequency, 4, 6, 9, 4, 2}); }
+OmbrixHalTunerParameter dvbS(int32_t frequency) {
+  return record({7, frequency, 27500000, 7, 1, 3, 9750, 10600, 11700, 1, 1, 0});
 }
 
 struct ValidationCase {
@@ -66,19 +50,10 @@ struct ValidationCase {
   std::vector<LogLine> lines;
 };
 
-class TunerParameterValidation : public LoggedTest {
- protected:
-  void expectValidation(const std::vector<ValidationCase>& cases) {
-    for (const ValidationCase& check : cases) {
-      log.clear();
-      EXPECT_EQ(OmbrixHalTunerParameterIsValid(&check.record, kCaller), check.valid);
-      EXPECT_EQ(log.lines(), check.lines);
-    }
-  }
-};
+using TunerParameterValidation = LoggedTest;
 
-TEST_F(TunerParameterValidation, FrequencyBoundsAreInclusiveAndReportedWithTheRange) {
-  expectValidation({
+TEST_F(TunerParameterValidation, ReportsEveryBadFieldInOrderAndChecksOnlyTheTypesItKnows) {
+  const ValidationCase cases[] = {
       {dvbT(50500), 1, {}},
       {dvbT(858000), 1, {}},
       {dvbT(50499), 0, {error(kCaller, "tuner param: Frequency '50499' is not in valid range [50500,858000]")}},
@@ -86,51 +61,37 @@ TEST_F(TunerParameterValidation, FrequencyBoundsAreInclusiveAndReportedWithTheRa
       {dvbS(3000000), 1, {}},
       {dvbS(18000000), 1, {}},
       {dvbS(2999999), 0, {error(kCaller, "tuner param: Frequency '2999999' is not in valid range [3000000,18000000]")}},
-      // Compared unsigned: a negative frequency is out of range.
-      {dvbS(static_cast<uint32_t>(-1)), 0,
-       {error(kCaller, "tuner param: Frequency '-1' is not in valid range [3000000,18000000]")}},
-  });
-}
-
-TEST_F(TunerParameterValidation, EveryBadFieldIsReportedInOrder) {
-  OmbrixHalTunerParameter terrestrial{};
-  terrestrial.DvbT = {.Type = 9, .Frequency = 0, .Bandwidth = 0, .Modulation = 9, .CodeRate = 15,
-                      .TransmissionMode = 5, .GuardInterval = 6};
-  OmbrixHalTunerParameter satellite{};
-  // Enumerations compare signed: -1 is below the range.
-  satellite.DvbS = {.Type = 7, .Frequency = 11000000, .SymbolRate = 0, .CodeRate = 15, .ModulationSystem = -1,
-                    .Modulation = 0, .LofLow = 0, .LofHigh = 0, .LofSwitch = 0, .Polarisation = 2, .Position = -1,
-                    .Option = 2};
-  expectValidation({
-      {terrestrial, 0,
+      // Frequencies compare unsigned, so -1 is out of range; enumerations compare signed.
+      {dvbS(-1), 0, {error(kCaller, "tuner param: Frequency '-1' is not in valid range [3000000,18000000]")}},
+      {record({9, 0, 0, 9, 15, 5, 6}),
+       0,
        {error(kCaller, "tuner param: Frequency '0' is not in valid range [50500,858000]"),
         error(kCaller, "tuner param: illegal bandwidth: '0'"), error(kCaller, "tuner param: illegal code rate: '15'"),
         error(kCaller, "tuner param: illegal modulation: '9'"),
         error(kCaller, "tuner param: illegal guard interval: '6'"),
         error(kCaller, "tuner param: illegal transmission mode: '5'")}},
-      {satellite, 0,
+      {record({7, 11000000, 0, 15, -1, 0, 0, 0, 0, 2, -1, 2}),
+       0,
        {error(kCaller, "tuner param: illegal modulation: '0'"), error(kCaller, "tuner param: illegal code rate: '15'"),
         error(kCaller, "tuner param: illegal polarisation: '2'"), error(kCaller, "tuner param: illegal position: '-1'"),
         error(kCaller, "tuner param: illegal option: '2'"),
         error(kCaller, "tuner param: illegal modulation system: '-1'")}},
-  });
-}
-
-TEST_F(TunerParameterValidation, DvbCChecksOnlyItsModulationAndOtherTypesAreWarnedOrRefused) {
-  const OmbrixHalTunerParameter unchecked = dvbC(0);
-  expectValidation({
-      {dvbC(8), 1, {}},
-      {dvbC(9), 0, {error(kCaller, "tuner param: illegal modulation: '9'")}},
-      {withType(unchecked, 5), 1, {warning(kCaller, "Cannot check tuner parameter of type 'digitalFile'")}},
-      {withType(unchecked, 8), 1, {warning(kCaller, "Cannot check tuner parameter of type 'DVB-S2'")}},
-      {withType(unchecked, 10), 1, {warning(kCaller, "Cannot check tuner parameter of type 'asi'")}},
-      {withType(unchecked, 11), 0, {error(kCaller, "Unknown tuner parameter type '11'")}},
-      {withType(unchecked, 0), 0, {error(kCaller, "Unknown tuner parameter type '0'")}},
-      {withType(unchecked, -1), 0, {error(kCaller, "Unknown tuner parameter type '-1'")}},
-  });
-}
-
-TEST_F(TunerParameterValidation, NullRecordIsReportedAndRefused) {
+      // DVB-C checks its modulation only.
+      {record({6, 0, -1, 8}), 1, {}},
+      {record({6, 0, -1, 9}), 0, {error(kCaller, "tuner param: illegal modulation: '9'")}},
+      {record({5}), 1, {warning(kCaller, "Cannot check tuner parameter of type 'digitalFile'")}},
+      {record({8}), 1, {warning(kCaller, "Cannot check tuner parameter of type 'DVB-S2'")}},
+      {record({10}), 1, {warning(kCaller, "Cannot check tuner parameter of type 'asi'")}},
+      {record({11}), 0, {error(kCaller, "Unknown tuner parameter type '11'")}},
+      {record({0}), 0, {error(kCaller, "Unknown tuner parameter type '0'")}},
+      {record({-1}), 0, {error(kCaller, "Unknown tuner parameter type '-1'")}},
+  };
+  for (const ValidationCase& check : cases) {
+    log.clear();
+    EXPECT_EQ(OmbrixHalTunerParameterIsValid(&check.record, kCaller), check.valid);
+    EXPECT_EQ(log.lines(), check.lines);
+  }
+  log.clear();
   EXPECT_EQ(OmbrixHalTunerParameterIsValid(nullptr, kCaller), 0);
   EXPECT_EQ(log.lines(),
             std::vector<LogLine>{error(kCaller, "Illegal value 'NULL' for parameter 'aParameter'", 0x1003)});
@@ -145,12 +106,6 @@ struct LoggingCase {
 using TunerParameterLogging = LoggedTest;
 
 TEST_F(TunerParameterLogging, PrintsTheLinesOfEachTypeThroughTheTextTablesAtTheGivenId) {
-  OmbrixHalTunerParameter cable = dvbC(1);
-  cable.DvbC.Frequency = 346000;
-  cable.DvbC.SymbolRate = 6900;
-  OmbrixHalTunerParameter outOfTable = dvbT(474000);
-  outOfTable.DvbT.Bandwidth = 5;
-  outOfTable.DvbT.CodeRate = -1;
   const LoggingCase cases[] = {
       {dvbT(474000),
        0x3000,
@@ -161,11 +116,11 @@ TEST_F(TunerParameterLogging, PrintsTheLinesOfEachTypeThroughTheTextTablesAtTheG
        {error(kCaller, "DVB-S tune (1): Freq=11000000 Symb=27500000 FEC=3/4"),
         error(kCaller, "DVB-S tune (2): LofLow=9750 LofHigh=10600 LofSwitch=11700"),
         error(kCaller, "DVB-S tune (3): ModSys=DVB-S2 Mod=8PSK Pol=V Pos=B Opt=A")}},
-      {cable, 0x3000, {info(kCaller, "DVB-C tune: Freq=346000 Symb=6900 Mod=AUTO")}},
-      {withType(dvbS(11000000), 8), 0x3000, {}},
-      {withType(cable, 5), 0x3000, {}},
+      {record({6, 346000, 6900, 8}), 0x3000, {info(kCaller, "DVB-C tune: Freq=346000 Symb=6900 Mod=QAM-256")}},
+      {record({8}), 0x3000, {}},
+      {record({5}), 0x3000, {}},
       // Printing normally follows validation; a value outside its table still prints safely.
-      {outOfTable,
+      {record({9, 474000, 5, 6, -1, 4, 2}),
        0x3000,
        {info(kCaller, "DVB-T tune (1): Freq=474000 Bandw=UNKNOWN FEC=UNKNOWN"),
         info(kCaller, "DVB-T tune (2): Mod=QAM-64 Guard=1/4 Transm=8K")}},
