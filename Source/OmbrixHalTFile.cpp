@@ -59,6 +59,8 @@ constexpr const char* kCannotRename = "Cannot rename file: '%s' -> '%s'";
 constexpr const char* kRenamed = "Renamed file successfully: '%s' -> '%s'";
 constexpr const char* kRenameNoFileSystem = "Cannot rename file: function not supported for '%s'";
 
+constexpr const char* kBuiltinPrefix = "//builtin/";
+
 // The history suffix: "_" and the 19-character time; a name may be 255 characters long.
 constexpr size_t kHistorySuffixLength = 25;
 constexpr size_t kMaximumNameLength = 255;
@@ -206,8 +208,14 @@ void buildRenameTarget(const char* aOldPath, const char* aNewName, char (&aTarge
 
 OmbrixHalBool OmbrixHalFileInit(void) noexcept {
   table = FileTable{};
+  OmbrixHalBool result = 1;
+  OmbrixHalFileInterface builtin{};
+  std::strcpy(builtin.Prefix, kBuiltinPrefix);
+  if (!OmbrixHalFileBuiltinGetInterface(&builtin) || !registerInterface(builtin)) {
+    result = 0;
+  }
   table.initialised = 1;
-  return 1;
+  return result;
 }
 
 void OmbrixHalFileDone(void) noexcept {

@@ -86,6 +86,28 @@ OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileIteratorGetFileSize(OmbrixHalFileItera
 OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileVolumeMount(const char* aPath) OMBRIX_HAL_NOEXCEPT;
 OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileVolumeUnmount(const char* aPath) OMBRIX_HAL_NOEXCEPT;
 
+/* Builtin file system ("//builtin/"): read-only directories of in-memory files. The caller
+ * keeps a registered directory and all it points to alive until it unregisters it. */
+#define OMBRIX_HAL_FILE_BUILTIN_DIRECTORY_COUNT 50
+
+typedef struct OmbrixHalFileBuiltinFile {
+  uint32_t Size;
+  const uint8_t* Data;
+  const char* Name;
+} OmbrixHalFileBuiltinFile;
+
+typedef struct OmbrixHalFileBuiltinDirectory {
+  const char* Name; /* without leading or trailing '/', may contain '/' */
+  uint32_t FileCount;
+  const OmbrixHalFileBuiltinFile* Files;
+} OmbrixHalFileBuiltinDirectory;
+
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileBuiltinGetInterface(OmbrixHalFileInterface* aInterface) OMBRIX_HAL_NOEXCEPT;
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileBuiltinRegisterDirectory(const OmbrixHalFileBuiltinDirectory* aDirectory)
+    OMBRIX_HAL_NOEXCEPT;
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileBuiltinUnregisterDirectory(const OmbrixHalFileBuiltinDirectory* aDirectory)
+    OMBRIX_HAL_NOEXCEPT;
+
 OMBRIX_HAL_EXTERN_C_END
 
 #endif

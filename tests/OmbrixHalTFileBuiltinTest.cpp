@@ -1,0 +1,101 @@
+// Tests of the builtin file system through the file layer: directory matching in slot
+// order, read-only opens, clamped seeks and the 50 directory slots.
+#include <array>
+#include <string>
+#include <vector>
+
+#include "OmbrixHalTestFixture.h"
+
+namespace ombrixhal::test {
+namespace {
+
+const uint8_t kDigits[] = "0123456789";
+const uint8_t kLetters[] = "abcdefghij";
+const OmbrixHalFileBuiltinFile kTtfFiles[] = {{10, kDigits, "a.ttf"}, {0, kDigits, "empty"}};
+const OmbrixHalFileBuiltinFile kFontsFiles[] = {{10, kLetters, "ttf/a.ttf"}};
+const OmbrixHalFileBuiltinDirectory kTtf = {"fonts/ttf", 2, kTtfFiles};
+const OmbrixHalFileBuiltinDirectory kFonts = {"fonts", 1, kFontsFiles};
+
+// The file's whole contents, or "(none)" when it does not open.
+std::string readAll(const char* aPath, const char* aMode = "r") {
+  OmbrixHalFileHandle file = OmbrixHalFileOpen(aPath, aMode);
+  if (file == nullptr) {
+    return "(none)";
+  }
+  char buffer[32];
+  const uint32_t count = OmbrixHalFileRead(file, buffer, sizeof buffer);
+  OmbrixHalFileClose(file);
+  return std::string(buffer, count);
+}
+
+using BuiltinDirectoryMatching = HalTest;
+
+TEST_F(BuiltinDirectoryMatching, PathMustReachASlashWhereTheNameEnds) {
+  ASSERT_EQ(OmbrixHalFileBuiltinRegisterDirectory(&kTtf), 1);
+  const std::vector<std::pair<const char*, std::string>> cases = {
+      {"//builtin/fonts/ttf/a.ttf", "0123456789"}, {"//builtin/fonts/ttf/empty", ""},
+      {"//builtin/fonts/ttf", "(none)"},          {"//builtin/fonts/ttfx/a.ttf", "(none)"},
+      {"//builtin/fonts/ttf/b.ttf", "(none)"},    {"//builtin/fonts/a.ttf", "(none)"},
+  };
+  for (const auto& [path, contents] : cases) {
+    EXPECT_EQ(readAll(path), contents) << path;
+  }
+  EXPECT_EQ(readAll("//builtin/fonts/ttf/a.ttf", "rb"), "0123456789");
+  log.clear();
+  EXPECT_EQ(readAll("//builtin/fonts/ttf/a.ttf", "w"), "(none)");
+  EXPECT_EQ(log.lines(), std::vector{error("OmbrixHalFileOpen",
+                                           "Cannot open file in mode 'w': '//builtin/fonts/ttf/a.ttf'", 0x1016)});
+}
+
+// Registration takes the highest free slot, so the later "fonts" sits before "fonts/ttf"
+// and wins, although it is searched for "ttf/a.ttf".
+TEST_F(BuiltinDirectoryMatching, FirstMatchingSlotWinsNotTheLongestName) {
+  ASSERT_EQ(OmbrixHalFileBuiltinRegisterDirectory(&kTtf), 1);
+  ASSERT_EQ(OmbrixHalFileBuiltinRegisterDirectory(&kFonts), 1);
+  EXPECT_EQ(readAll("//builtin/fonts/ttf/a.ttf"), "abcdefghij");
+  ASSERT_EQ(OmbrixHalFileBuiltinUnregisterDirectory(&kFonts), 1);
+  EXPECT_EQ(OmbrixHalFileBuiltinUnregisterDirectory(&kFonts), 0);
+  EXPECT_EQ(readAll("//builtin/fonts/ttf/a.ttf"), "0123456789");
+}
+
+TEST_F(BuiltinDirectoryMatching, FiftySlotsAndOnlyCompleteDirectories) {
+  const OmbrixHalFileBuiltinFile noData[] = {{1, nullptr, "x"}};
+  const OmbrixHalFileBuiltinFile noName[] = {{1, kDigits, nullptr}};
+  const OmbrixHalFileBuiltinDirectory incomplete[] = {{nullptr, 0, nullptr}, {"d", 1, noData}, {"d", 1, noName}};
+  for (const OmbrixHalFileBuiltinDirectory& directory : incomplete) {
+    EXPECT_EQ(OmbrixHalFileBuiltinRegisterDirectory(&directory), 0);
+  }
+  EXPECT_EQ(OmbrixHalFileBuiltinRegisterDirectory(nullptr), 0);
+  std::vector<OmbrixHalFileBuiltinDirectory> empty(50, OmbrixHalFileBuiltinDirectory{"d", 0, nullptr});
+  EXPECT_EQ(OmbrixHalFileBuiltinRegisterDirectory(&empty[0]), 1);
+  EXPECT_EQ(OmbrixHalFileBuiltinRegisterDirectory(&empty[0]), 1) << "the same directory takes one slot";
+  for (size_t i = 1; i < empty.size(); ++i) {
+    EXPECT_EQ(OmbrixHalFileBuiltinRegisterDirectory(&empty[i]), 1) << i;
+  }
+  EXPECT_EQ(OmbrixHalFileBuiltinRegisterDirectory(&kTtf), 0);
+}
+
+TEST_F(BuiltinDirectoryMatching, SeeksAreClampedAndOnlyReadingIsSupported) {
+  ASSERT_EQ(OmbrixHalFileBuiltinRegisterDirectory(&kTtf), 1);
+  OmbrixHalFileHandle file = OmbrixHalFileOpen("//builtin/fonts/ttf/a.ttf", "r");
+  ASSERT_NE(file, nullptr);
+  // {offset, origin, result, position after}
+  const std::vector<std::array<int32_t, 4>> seeks = {{4, 0, 1, 4}, {-5, 1, 0, 4}, {100, 1, 1, 10}, {0, -1, 0, 10}};
+  for (const auto& [offset, origin, result, position] : seeks) {
+    EXPECT_EQ(OmbrixHalFileSeek(file, offset, origin), result) << offset << " " << origin;
+    EXPECT_EQ(OmbrixHalFileTell(file), position);
+  }
+  char buffer[8];
+  EXPECT_EQ(OmbrixHalFileRead(file, buffer, sizeof buffer), 0u);
+  // Kept: with no Eof slot every builtin file reports the end; nothing to write or flush.
+  EXPECT_EQ(OmbrixHalFileEof(file), 1);
+  EXPECT_EQ(OmbrixHalFileFlush(file), 0);
+  log.clear();
+  EXPECT_EQ(OmbrixHalFileWrite(file, buffer, 1), 0u);
+  EXPECT_EQ(log.lines(), std::vector{warning("OmbrixHalFileWrite", "Function not supported: 'OmbrixHalFileWrite'",
+                                             0x2001)});
+  EXPECT_EQ(OmbrixHalFileClose(file), 1);
+}
+
+}  // namespace
+}  // namespace ombrixhal::test
