@@ -18,50 +18,21 @@ int32_t recordingPrint(const char* aFormat, va_list aArguments) noexcept {
   return length;
 }
 
-OmbrixHalBool recordingConsole(OmbrixHalConsolePlatformInterface* aInterface) noexcept {
-  aInterface->Print = recordingPrint;
-  return 1;
-}
-
-OmbrixHalBool consoleWithoutSlots(OmbrixHalConsolePlatformInterface*) noexcept {
-  return 1;
-}
-
 using ConsolePrint = HalTest;
 
-TEST_F(ConsolePrint, ReturnsThePlatformsResultForTheFormattedText) {
-  ScopedPlatformInterface<OmbrixHalConsolePlatformInterface> console(seam::consolePlatformGetInterface,
-                                                                     recordingConsole);
+TEST_F(ConsolePrint, ReturnsThePlatformsResultAndMinusOneWithoutAPrintSlot) {
+  OfferedPlatformInterface<OmbrixHalConsolePlatformInterface> offered(seam::consolePlatformGetInterface);
+  offered.table.Print = recordingPrint;
   restart();
   printed.clear();
   EXPECT_EQ(OmbrixHalConsolePrint("tuner %s at %d kHz\n", "DVB-T", int32_t{650000}), 26);
   EXPECT_EQ(OmbrixHalConsolePrint("%d%%", int32_t{-5}), 3);
-  EXPECT_EQ(printed, "tuner DVB-T at 650000 kHz\n-5%");
-  EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_F(ConsolePrint, ReturnsMinusOneWithoutAPrintSlot) {
-  ScopedPlatformInterface<OmbrixHalConsolePlatformInterface> console(seam::consolePlatformGetInterface,
-                                                                     consoleWithoutSlots);
-  restart();
-  EXPECT_EQ(OmbrixHalConsolePrint("lost %d", int32_t{1}), -1);
-}
-
-using ConsoleLifecycle = LoggedTest;
-
-TEST_F(ConsoleLifecycle, ReturnsMinusOneBeforeInitAndAfterDone) {
-  ScopedPlatformInterface<OmbrixHalConsolePlatformInterface> console(seam::consolePlatformGetInterface,
-                                                                     recordingConsole);
-  printed.clear();
-  EXPECT_EQ(OmbrixHalConsolePrint("before"), -1);
-
-  const OmbrixHalInitParameter parameter = {1, 1};
-  ASSERT_EQ(OmbrixHalInit(&parameter), 1);
-  EXPECT_EQ(OmbrixHalConsolePrint("up"), 2);
   ASSERT_EQ(OmbrixHalDone(), 1);
-
-  EXPECT_EQ(OmbrixHalConsolePrint("after"), -1);
-  EXPECT_EQ(printed, "up");
+  EXPECT_EQ(OmbrixHalConsolePrint("after done"), -1);
+  offered.table = {};
+  restart();
+  EXPECT_EQ(OmbrixHalConsolePrint("no slot %d", int32_t{1}), -1);
+  EXPECT_EQ(printed, "tuner DVB-T at 650000 kHz\n-5%");
 }
 
 }  // namespace

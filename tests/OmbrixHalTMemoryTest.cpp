@@ -1,14 +1,11 @@
 // Tests of the memory module: plain forwarding, the block records and list of the checking
 // mode, the statistics, the leak report at shutdown and the gaps of the platform table.
-#include <algorithm>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
 #include <string>
-#include <thread>
+#include <tuple>
 #include <vector>
 
 #include "OmbrixHalTestFixture.h"
@@ -16,452 +13,191 @@
 namespace ombrixhal::test {
 namespace {
 
-using MemoryTable = OmbrixHalMemoryPlatformInterface;
-using MemoryTablePatch = void (*)(MemoryTable&);
+using PlatformAllocation = std::tuple<uint32_t, std::string, uint32_t, void*>;  // size, file, line, memory
 
-struct PlatformAllocation {
-  uint32_t size;
-  std::string file;
-  uint32_t line;
-  void* memory;
-};
-
-// What the memory platform saw. The platform memory that is still live when a test ends is
-// released by the fixture, so blocks the module keeps at shutdown do not leak for real.
-struct AllocatorRecord {
+// What the memory platform saw. Blocks are released only by the fixture, so that blocks the
+// module keeps at shutdown do not leak for real.
+struct Recorded {
   std::vector<PlatformAllocation> allocations;
   std::vector<void*> frees;
-  std::vector<void*> live;
   bool failAllocations = false;
-};
-
-std::mutex recordMutex;
-AllocatorRecord recorded;
-MemoryTablePatch memoryTablePatch = nullptr;
-
-// Larger requests are refused, so that a size that wrapped round in the module shows up as a
-// small request that succeeds.
-constexpr uint32_t kLargestPlatformBlock = 1u << 20;
+} recorded;
 
 void* recordingAllocate(uint32_t aSize, const char* aFile, uint32_t aLine) noexcept {
-  std::lock_guard lock(recordMutex);
-  void* memory = recorded.failAllocations || aSize > kLargestPlatformBlock ? nullptr : std::malloc(aSize);
-  recorded.allocations.push_back({aSize, aFile != nullptr ? aFile : "NULL", aLine, memory});
-  if (memory != nullptr) {
-    recorded.live.push_back(memory);
-  }
+  void* memory = recorded.failAllocations ? nullptr : std::malloc(aSize);
+  recorded.allocations.push_back({aSize, aFile, aLine, memory});
   return memory;
 }
 
 void recordingFree(void* aMemoryPtr) noexcept {
-  std::lock_guard lock(recordMutex);
   recorded.frees.push_back(aMemoryPtr);
-  // A pointer this allocator never handed out is only recorded, for the test to find.
-  const auto liveBlock = std::find(recorded.live.begin(), recorded.live.end(), aMemoryPtr);
-  if (liveBlock != recorded.live.end()) {
-    recorded.live.erase(liveBlock);
-    std::free(aMemoryPtr);
-  }
 }
 
-OmbrixHalBool recordingMemoryTable(MemoryTable* aInterface) noexcept {
-  OmbrixHalMemoryPlatformGetInterface(aInterface);
-  aInterface->Allocate = recordingAllocate;
-  aInterface->Free = recordingFree;
-  if (memoryTablePatch != nullptr) {
-    memoryTablePatch(*aInterface);
-  }
-  return 1;
-}
-
-void withoutAllocate(MemoryTable& table) {
-  table.Allocate = nullptr;
-}
-
-void withoutFree(MemoryTable& table) {
-  table.Free = nullptr;
-}
-
-// The library runs on the recording platform allocator, in checking mode unless a test
-// restarts it.
+// The library runs on the recording allocator, in checking mode unless a test restarts it.
 class RecordedMemoryTest : public HalTest {
  protected:
-  RecordedMemoryTest() {
-    recorded = {};
-    memoryTablePatch = nullptr;
-  }
+  RecordedMemoryTest() { offered.table = {nullptr, nullptr, recordingAllocate, recordingFree}; }
 
   void TearDown() override {
     HalTest::TearDown();
-    for (void* memory : recorded.live) {
-      std::free(memory);
+    for (const PlatformAllocation& allocation : recorded.allocations) {
+      std::free(std::get<void*>(allocation));
     }
     recorded = {};
   }
 
-  void restartWith(uint32_t memoryCheck, MemoryTablePatch patch) {
-    memoryTablePatch = patch;
-    restart(memoryCheck);
-    recorded.allocations.clear();
-    recorded.frees.clear();
+  std::vector<LogLine> printedStatistics() {
+    log.clear();
+    OmbrixHalMemoryPrintStatistics();
+    return log.lines();
   }
 
- private:
-  ScopedPlatformInterface<MemoryTable> table_{seam::memoryPlatformGetInterface, recordingMemoryTable};
+  OfferedPlatformInterface<OmbrixHalMemoryPlatformInterface> offered{seam::memoryPlatformGetInterface};
 };
 
-LogLine status(std::string text) {
-  return info("OmbrixHalMemoryPrintStatus", std::move(text));
-}
-
-LogLine leak(std::string text) {
-  return error("OmbrixHalMemoryPrintStatus", std::move(text));
-}
-
-std::vector<LogLine> zeroStatistics() {
-  return {status("Maximal allocated Memory: 0"), status("Currently allocated Memory: 0"),
-          status("Allocated Blocks: 0"), status("Additional estimated overhead, because of checks: 0")};
+// The status report's lines: infos from PrintStatistics, errors from Done.
+std::vector<LogLine> report(const std::vector<std::string>& texts, bool asErrors = false) {
+  std::vector<LogLine> lines;
+  for (const std::string& text : texts) {
+    lines.push_back(asErrors ? error("OmbrixHalMemoryPrintStatus", text) : info("OmbrixHalMemoryPrintStatus", text));
+  }
+  return lines;
 }
 
 using MemoryPlainMode = RecordedMemoryTest;
 
-TEST_F(MemoryPlainMode, ForwardsAllocateAndFreeToThePlatform) {
-  restartWith(0, nullptr);
+TEST_F(MemoryPlainMode, ForwardsToThePlatformAndReportsNothing) {
+  restart(0);
   void* block = OmbrixHalMemoryAllocate_(24, "plain.c", 7);
-  ASSERT_NE(block, nullptr);
-  ASSERT_EQ(recorded.allocations.size(), 1u);
-  EXPECT_EQ(recorded.allocations[0].size, 24u);
-  EXPECT_EQ(recorded.allocations[0].file, "plain.c");
-  EXPECT_EQ(recorded.allocations[0].line, 7u);
-  EXPECT_EQ(recorded.allocations[0].memory, block) << "no record in front of the caller's memory";
-
-  OmbrixHalMemoryFree_(block, "plain.c", 8);
-  EXPECT_EQ(recorded.frees, std::vector<void*>{block});
-  EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_F(MemoryPlainMode, KeepsNoStatisticsAndReportsNothingAtDone) {
-  restartWith(0, nullptr);
-  void* block = OmbrixHalMemoryAllocate_(24, "plain.c", 7);
-  ASSERT_NE(block, nullptr);
+  EXPECT_EQ(recorded.allocations.at(0), (PlatformAllocation{24, "plain.c", 7, block})) << "no record in front";
   OmbrixHalMemoryPrintStatistics();
-  EXPECT_TRUE(log.lines().empty());
-
   ASSERT_EQ(OmbrixHalDone(), 1);
-  EXPECT_TRUE(log.lines().empty()) << "a live block in plain mode is no leak report";
-  EXPECT_TRUE(recorded.frees.empty());
-  restartWith(1, nullptr);  // the fixture releases the block
+  EXPECT_TRUE(log.lines().empty()) << "neither statistics nor a leak report";
+  restart(0);
+  OmbrixHalMemoryFree_(block, "plain.c", 8);
+  EXPECT_EQ(recorded.frees, std::vector{block});
 }
 
 using MemoryChecking = RecordedMemoryTest;
 
 TEST_F(MemoryChecking, RecordSitsDirectlyBeforeTheCallersMemory) {
   auto* block = static_cast<unsigned char*>(OmbrixHalMemoryAllocate_(100, "record.c", 5));
-  ASSERT_NE(block, nullptr);
-  ASSERT_EQ(recorded.allocations.size(), 1u);
-  const PlatformAllocation& platformBlock = recorded.allocations[0];
-  const auto* record = static_cast<unsigned char*>(platformBlock.memory);
-  const std::ptrdiff_t recordSize = block - record;
-
-  ASSERT_GE(recordSize, 76);
-  if (sizeof(void*) == 4) {
-    EXPECT_EQ(recordSize, 76);
-  } else {
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % alignof(std::max_align_t), 0u)
-        << "the caller's memory keeps the allocator's alignment";
-  }
-  EXPECT_EQ(platformBlock.size, 100u + static_cast<uint32_t>(recordSize));
-  EXPECT_EQ(platformBlock.file, "record.c");
-  EXPECT_EQ(platformBlock.line, 5u);
-
+  void* platformBlock = std::get<void*>(recorded.allocations.at(0));
+  const auto recordSize = static_cast<uint32_t>(block - static_cast<unsigned char*>(platformBlock));
+  EXPECT_EQ(recorded.allocations[0], (PlatformAllocation{100 + recordSize, "record.c", 5, platformBlock}));
+  EXPECT_GE(recordSize, 76u);
+  EXPECT_TRUE(sizeof(void*) == 4 || reinterpret_cast<uintptr_t>(block) % alignof(std::max_align_t) == 0)
+      << "on 64 bits the caller's memory keeps the allocator's alignment";
   std::memset(block, 0xa5, 100);  // the whole requested size is the caller's
   OmbrixHalMemoryFree_(block, "record.c", 6);
-  EXPECT_EQ(recorded.frees, std::vector<void*>{platformBlock.memory}) << "the platform gets its own pointer back";
+  EXPECT_EQ(recorded.frees, std::vector{platformBlock}) << "the platform gets its own pointer back";
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(MemoryChecking, LongFileNamesKeepTheirLastSixtyCharacters) {
-  struct FileNameCase {
-    size_t length;
-    const char* file;
-    const char* listedAs;
-  };
-  const FileNameCase cases[] = {
-      {63, "middleware/source/tuner/parameters/TunerParameterTextParser.cpp",
-       "middleware/source/tuner/parameters/TunerParameterTextParser.cpp"},
-      {64, "middleware/source/tuners/parameters/TunerParameterTextParser.cpp",
-       "...leware/source/tuners/parameters/TunerParameterTextParser.cpp"},
-      {70, "/home/builder/middleware/source/filters/sections/SectionsAssembler.cpp",
-       "...der/middleware/source/filters/sections/SectionsAssembler.cpp"},
-  };
-  for (const FileNameCase& testCase : cases) {
-    SCOPED_TRACE(testCase.length);
-    ASSERT_EQ(std::strlen(testCase.file), testCase.length);
-    void* block = OmbrixHalMemoryAllocate_(8, testCase.file, 42);
-    ASSERT_NE(block, nullptr);
-    log.clear();
-    OmbrixHalMemoryPrintStatistics();
-    const std::vector<LogLine> lines = log.lines();
-    ASSERT_EQ(lines.size(), 5u);
-    EXPECT_EQ(lines[0], status(std::string("Allocated block: ") + testCase.listedAs + "(Line 42) 8 bytes"));
+// Line numbers 63, 64 and 70 are the names' lengths: 63 characters fit, longer names keep "..."
+// and their last 60.
+TEST_F(MemoryChecking, ListKeepsLiveBlocksInAllocationOrderAndRefusesUnlistedPointers) {
+  void* head = OmbrixHalMemoryAllocate_(10, "head.c", 1);
+  void* first = OmbrixHalMemoryAllocate_(20, "middleware/source/tuner/parameters/TunerParameterTextParser.cpp", 63);
+  void* middle = OmbrixHalMemoryAllocate_(30, "middle.c", 3);
+  auto* second = static_cast<unsigned char*>(
+      OmbrixHalMemoryAllocate_(40, "/home/builder/middleware/source/filters/sections/SectionsAssembler.cpp", 70));
+  void* tail = OmbrixHalMemoryAllocate_(50, "tail.c", 5);
+  for (void* block : {middle, tail, head}) {
+    OmbrixHalMemoryFree(block);
+  }
+  OmbrixHalMemoryFree_(head, "stale.c", 99);
+  OmbrixHalMemoryFree_(second + 4, "inside.c", 6);
+  EXPECT_EQ(
+      log.lines(),
+      (std::vector{error("OmbrixHalMemoryFree", "Cannot free memory block. Freed twice? Freed: stale.c(Line 99)"),
+                   error("OmbrixHalMemoryFree", "Cannot free memory block. Freed twice? Freed: inside.c(Line 6)")}));
+  EXPECT_EQ(recorded.frees.size(), 3u) << "nothing more reaches the platform";
+
+  void* later = OmbrixHalMemoryAllocate_(5, "middleware/source/tuners/parameters/TunerParameterTextParser.cpp", 64);
+  EXPECT_EQ(
+      printedStatistics(),
+      report({"Allocated block: middleware/source/tuner/parameters/TunerParameterTextParser.cpp(Line 63) 20 bytes",
+              "Allocated block: ...der/middleware/source/filters/sections/SectionsAssembler.cpp(Line 70) 40 bytes",
+              "Allocated block: ...leware/source/tuners/parameters/TunerParameterTextParser.cpp(Line 64) 5 bytes",
+              "Maximal allocated Memory: 150", "Currently allocated Memory: 65", "Allocated Blocks: 3",
+              "Additional estimated overhead, because of checks: 228"}));
+  for (void* block : {first, static_cast<void*>(second), later}) {
     OmbrixHalMemoryFree(block);
   }
 }
 
-TEST_F(MemoryChecking, FreeingTwiceIsRefusedAndLeavesTheListAlone) {
-  void* first = OmbrixHalMemoryAllocate_(10, "first.c", 1);
-  void* second = OmbrixHalMemoryAllocate_(20, "second.c", 2);
-  ASSERT_NE(first, nullptr);
-  ASSERT_NE(second, nullptr);
-  OmbrixHalMemoryFree_(first, "owner.c", 30);
-  ASSERT_EQ(recorded.frees.size(), 1u);
-  EXPECT_TRUE(log.lines().empty());
-
-  OmbrixHalMemoryFree_(first, "stale.c", 99);
-  EXPECT_EQ(log.lines(),
-            (std::vector{error("OmbrixHalMemoryFree", "Cannot free memory block. Freed twice? Freed: stale.c(Line 99)")}));
-  EXPECT_EQ(recorded.frees.size(), 1u) << "nothing reaches the platform";
-
-  log.clear();
-  OmbrixHalMemoryPrintStatistics();
-  EXPECT_EQ(log.lines(), (std::vector{status("Allocated block: second.c(Line 2) 20 bytes"),
-                                      status("Maximal allocated Memory: 30"), status("Currently allocated Memory: 20"),
-                                      status("Allocated Blocks: 1"),
-                                      status("Additional estimated overhead, because of checks: 76")}));
-  OmbrixHalMemoryFree(second);
-}
-
-TEST_F(MemoryChecking, PointerInsideALiveBlockIsRefused) {
-  auto* block = static_cast<unsigned char*>(OmbrixHalMemoryAllocate_(16, "inside.c", 3));
-  ASSERT_NE(block, nullptr);
-  OmbrixHalMemoryFree_(block + 4, "inside.c", 4);
-  EXPECT_EQ(log.lines(),
-            (std::vector{error("OmbrixHalMemoryFree", "Cannot free memory block. Freed twice? Freed: inside.c(Line 4)")}));
-  EXPECT_TRUE(recorded.frees.empty());
-  OmbrixHalMemoryFree(block);
-}
-
-TEST_F(MemoryChecking, FreeingNullIsRefusedBeforeAnythingElse) {
-  struct NullCase {
-    const char* name;
-    uint32_t memoryCheck;
-    MemoryTablePatch patch;
-  };
-  const NullCase cases[] = {
-      {"checking", 1, nullptr},
-      {"plain", 0, nullptr},
-      {"checking without platform free", 1, withoutFree},
-  };
-  for (const NullCase& testCase : cases) {
-    SCOPED_TRACE(testCase.name);
-    restartWith(testCase.memoryCheck, testCase.patch);
-    OmbrixHalMemoryFree_(nullptr, "null.c", 1);
-    EXPECT_EQ(log.lines(), (std::vector{error("OmbrixHalMemoryFree", "Illegal parameter 'NULL' for 'aMemoryPtr'")}));
-    EXPECT_TRUE(recorded.frees.empty());
-  }
-}
-
-TEST_F(MemoryChecking, FailingPlatformAllocationReturnsNullSilentlyAndListsNothing) {
+TEST_F(MemoryChecking, FailedAllocationsReturnNullSilentlyAndListNothing) {
   recorded.failAllocations = true;
   EXPECT_EQ(OmbrixHalMemoryAllocate_(16, "fail.c", 1), nullptr);
+  recorded.failAllocations = false;
+  // Sizes that wrap round with the record must not reach the platform as small requests.
+  EXPECT_EQ(OmbrixHalMemoryAllocate_(UINT32_MAX, "huge.c", 2), nullptr);
+  EXPECT_EQ(OmbrixHalMemoryAllocate_(UINT32_MAX - 40, "huge.c", 3), nullptr);
   EXPECT_EQ(recorded.allocations.size(), 1u);
   EXPECT_TRUE(log.lines().empty());
-  OmbrixHalMemoryPrintStatistics();
-  EXPECT_EQ(log.lines(), zeroStatistics());
-}
-
-TEST_F(MemoryChecking, SizeThatOverflowsWithTheRecordIsRefused) {
-  EXPECT_EQ(OmbrixHalMemoryAllocate_(UINT32_MAX, "huge.c", 1), nullptr);
-  EXPECT_EQ(OmbrixHalMemoryAllocate_(UINT32_MAX - 40, "huge.c", 2), nullptr);
-  EXPECT_TRUE(recorded.live.empty());
-  OmbrixHalMemoryPrintStatistics();
-  EXPECT_EQ(log.lines(), zeroStatistics());
-}
-
-using MemoryStatistics = RecordedMemoryTest;
-
-TEST_F(MemoryStatistics, WithoutBlocksPrintsTheFourTotalsAsZero) {
-  OmbrixHalMemoryPrintStatistics();
-  EXPECT_EQ(log.lines(), zeroStatistics());
-}
-
-TEST_F(MemoryStatistics, BlocksAreListedInAllocationOrderWithTheTotals) {
-  void* first = OmbrixHalMemoryAllocate_(10, "first.c", 1);
-  void* second = OmbrixHalMemoryAllocate_(20, "second.c", 2);
-  void* third = OmbrixHalMemoryAllocate_(30, "third.c", 3);
-  OmbrixHalMemoryPrintStatistics();
-  EXPECT_EQ(log.lines(), (std::vector{status("Allocated block: first.c(Line 1) 10 bytes"),
-                                      status("Allocated block: second.c(Line 2) 20 bytes"),
-                                      status("Allocated block: third.c(Line 3) 30 bytes"),
-                                      status("Maximal allocated Memory: 60"), status("Currently allocated Memory: 60"),
-                                      status("Allocated Blocks: 3"),
-                                      status("Additional estimated overhead, because of checks: 228")}));
-  for (void* block : {first, second, third}) {
-    OmbrixHalMemoryFree(block);
-  }
-}
-
-TEST_F(MemoryStatistics, FreeingABlockUnlinksOnlyThatOneAndNewBlocksGoLast) {
-  struct UnlinkCase {
-    size_t freed;
-    std::vector<std::string> listed;
-  };
-  const UnlinkCase cases[] = {
-      {0, {"Allocated block: second.c(Line 2) 20 bytes", "Allocated block: third.c(Line 3) 30 bytes",
-           "Allocated block: fourth.c(Line 4) 40 bytes"}},
-      {1, {"Allocated block: first.c(Line 1) 10 bytes", "Allocated block: third.c(Line 3) 30 bytes",
-           "Allocated block: fourth.c(Line 4) 40 bytes"}},
-      {2, {"Allocated block: first.c(Line 1) 10 bytes", "Allocated block: second.c(Line 2) 20 bytes",
-           "Allocated block: fourth.c(Line 4) 40 bytes"}},
-  };
-  for (const UnlinkCase& testCase : cases) {
-    SCOPED_TRACE(testCase.freed);
-    std::vector<void*> blocks = {OmbrixHalMemoryAllocate_(10, "first.c", 1),
-                                 OmbrixHalMemoryAllocate_(20, "second.c", 2),
-                                 OmbrixHalMemoryAllocate_(30, "third.c", 3)};
-    OmbrixHalMemoryFree(blocks[testCase.freed]);
-    blocks.erase(blocks.begin() + static_cast<std::ptrdiff_t>(testCase.freed));
-    blocks.push_back(OmbrixHalMemoryAllocate_(40, "fourth.c", 4));
-    log.clear();
-    OmbrixHalMemoryPrintStatistics();
-    const std::vector<LogLine> lines = log.lines();
-    ASSERT_EQ(lines.size(), 7u);
-    for (size_t index = 0; index < 3; ++index) {
-      EXPECT_EQ(lines[index], status(testCase.listed[index]));
-    }
-    EXPECT_EQ(lines[5], status("Allocated Blocks: 3"));
-    for (void* block : blocks) {
-      OmbrixHalMemoryFree(block);
-    }
-  }
-}
-
-TEST_F(MemoryStatistics, MaximalTotalStaysAtTheHighWaterMark) {
-  void* large = OmbrixHalMemoryAllocate_(100, "large.c", 1);
-  void* small = OmbrixHalMemoryAllocate_(50, "small.c", 2);
-  OmbrixHalMemoryFree(large);
-  void* later = OmbrixHalMemoryAllocate_(30, "later.c", 3);
-  OmbrixHalMemoryPrintStatistics();
-  EXPECT_EQ(log.lines(), (std::vector{status("Allocated block: small.c(Line 2) 50 bytes"),
-                                      status("Allocated block: later.c(Line 3) 30 bytes"),
-                                      status("Maximal allocated Memory: 150"), status("Currently allocated Memory: 80"),
-                                      status("Allocated Blocks: 2"),
-                                      status("Additional estimated overhead, because of checks: 152")}));
-  OmbrixHalMemoryFree(small);
-  OmbrixHalMemoryFree(later);
-  log.clear();
-  OmbrixHalMemoryPrintStatistics();
-  EXPECT_EQ(log.lines(), (std::vector{status("Maximal allocated Memory: 150"), status("Currently allocated Memory: 0"),
-                                      status("Allocated Blocks: 0"),
-                                      status("Additional estimated overhead, because of checks: 0")}));
+  EXPECT_EQ(printedStatistics(),
+            report({"Maximal allocated Memory: 0", "Currently allocated Memory: 0", "Allocated Blocks: 0",
+                    "Additional estimated overhead, because of checks: 0"}));
 }
 
 using MemoryShutdown = RecordedMemoryTest;
 
-TEST_F(MemoryShutdown, LeakedBlocksAreReportedAsErrorsAndStayAllocated) {
-  OmbrixHalMemoryFree(OmbrixHalMemoryAllocate_(200, "peak.c", 10));
-  ASSERT_NE(OmbrixHalMemoryAllocate_(48, "leak.c", 31), nullptr);
-  ASSERT_NE(OmbrixHalMemoryAllocate_(16, "leak.c", 32), nullptr);
-  recorded.frees.clear();
-
-  ASSERT_EQ(OmbrixHalDone(), 1);
-  EXPECT_EQ(log.lines(), (std::vector{leak("Allocated block: leak.c(Line 31) 48 bytes"),
-                                      leak("Allocated block: leak.c(Line 32) 16 bytes"),
-                                      leak("Maximal allocated Memory: 200"), leak("Currently allocated Memory: 64"),
-                                      leak("Allocated Blocks: 2"),
-                                      leak("Additional estimated overhead, because of checks: 152")}));
-  EXPECT_TRUE(recorded.frees.empty()) << "their owners may still hold them";
-  restartWith(1, nullptr);  // the fixture releases both blocks
-}
-
-TEST_F(MemoryShutdown, DoneWithoutLeaksPrintsNothing) {
+TEST_F(MemoryShutdown, DoneReportsOnlyLeakedBlocksAsErrorsAndKeepsThem) {
   OmbrixHalMemoryFree(OmbrixHalMemoryAllocate_(32, "tidy.c", 1));
-  log.clear();
   ASSERT_EQ(OmbrixHalDone(), 1);
   EXPECT_TRUE(log.lines().empty());
-  restartWith(1, nullptr);
+
+  restart();
+  OmbrixHalMemoryFree(OmbrixHalMemoryAllocate_(200, "peak.c", 10));
+  OmbrixHalMemoryAllocate_(48, "leak.c", 31);
+  OmbrixHalMemoryAllocate_(16, "leak.c", 32);
+  ASSERT_EQ(OmbrixHalDone(), 1);
+  EXPECT_EQ(log.lines(),
+            report({"Allocated block: leak.c(Line 31) 48 bytes", "Allocated block: leak.c(Line 32) 16 bytes",
+                    "Maximal allocated Memory: 200", "Currently allocated Memory: 64", "Allocated Blocks: 2",
+                    "Additional estimated overhead, because of checks: 152"},
+                   /*asErrors=*/true));
+  EXPECT_EQ(recorded.frees.size(), 2u) << "only the freed two: the leaked ones' owners may still hold them";
+  restart();  // for the fixture's shutdown
 }
 
 using MemoryPlatformGaps = RecordedMemoryTest;
 
-TEST_F(MemoryPlatformGaps, AllocateWithoutPlatformSlotReturnsNullAndWarnsWithTheClassText) {
+// Kept: the table text of the warning class replaces the module's own text.
+TEST_F(MemoryPlatformGaps, MissingSlotsWarnWithTheClassTextAfterTheArgumentCheck) {
+  offered.table = {};
+  int callersBlock = 0;
   for (uint32_t memoryCheck : {1u, 0u}) {
     SCOPED_TRACE(memoryCheck);
-    restartWith(memoryCheck, withoutAllocate);
+    restart(memoryCheck);
     EXPECT_EQ(OmbrixHalMemoryAllocate_(16, "gap.c", 1), nullptr);
-    // Kept: the table text of the warning class replaces the module's own text.
-    EXPECT_EQ(log.lines(), (std::vector{warning("OmbrixHalMemoryAllocate", "All warnings")}));
+    OmbrixHalMemoryFree_(nullptr, "gap.c", 2);
+    OmbrixHalMemoryFree_(&callersBlock, "gap.c", 3);
+    EXPECT_EQ(log.lines(), (std::vector{warning("OmbrixHalMemoryAllocate", "All warnings"),
+                                        error("OmbrixHalMemoryFree", "Illegal parameter 'NULL' for 'aMemoryPtr'"),
+                                        warning("OmbrixHalMemoryFree", "All warnings")}));
   }
-}
-
-TEST_F(MemoryPlatformGaps, FreeWithoutPlatformSlotWarnsWithTheClassTextAndKeepsTheBlock) {
-  restartWith(1, withoutFree);
-  void* block = OmbrixHalMemoryAllocate_(16, "gap.c", 1);
-  ASSERT_NE(block, nullptr);
-  OmbrixHalMemoryFree_(block, "gap.c", 2);
-  EXPECT_EQ(log.lines(), (std::vector{warning("OmbrixHalMemoryFree", "All warnings")}));
-  log.clear();
-  OmbrixHalMemoryPrintStatistics();
-  EXPECT_EQ(log.lines().front(), status("Allocated block: gap.c(Line 1) 16 bytes"));
-  expectLeakedBlocks(1);
-}
-
-TEST(MemoryPlatform, TableFillsAllocateAndFreeOnly) {
-  MemoryTable table{};
-  ASSERT_EQ(OmbrixHalMemoryPlatformGetInterface(&table), 1);
-  EXPECT_EQ(table.Init, nullptr);
-  EXPECT_EQ(table.Done, nullptr);
-  ASSERT_NE(table.Allocate, nullptr);
-  ASSERT_NE(table.Free, nullptr);
-  void* block = table.Allocate(12, "table.c", 1);
-  ASSERT_NE(block, nullptr);
-  table.Free(block);
 }
 
 using MemoryThreads = HalTest;
 
+// On the platform's own allocator, so that the sanitizers watch every block.
 TEST_F(MemoryThreads, ConcurrentAllocationsKeepTheListAndTotalsConsistent) {
-  constexpr int kThreads = 4;
-  constexpr int kRounds = 300;
-  constexpr size_t kHeldPerThread = 6;
-  std::atomic<int> failures{0};
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < kThreads; ++thread) {
-    threads.emplace_back([&failures, thread] {
-      std::vector<unsigned char*> held;
-      for (int round = 0; round < kRounds; ++round) {
-        const uint32_t size = static_cast<uint32_t>(1 + (round * 7 + thread) % 64);
-        auto* block = static_cast<unsigned char*>(OmbrixHalMemoryAllocate_(size, "worker.c", static_cast<uint32_t>(round)));
-        if (block == nullptr) {
-          ++failures;
-          continue;
-        }
-        std::memset(block, thread, size);
-        held.push_back(block);
-        if (held.size() == kHeldPerThread) {
-          // Free from the middle, so that unlinking inner blocks races with appends.
-          const size_t victim = static_cast<size_t>(round) % kHeldPerThread;
-          OmbrixHalMemoryFree(held[victim]);
-          held.erase(held.begin() + static_cast<std::ptrdiff_t>(victim));
-        }
-      }
-      for (unsigned char* block : held) {
-        OmbrixHalMemoryFree(block);
-      }
-    });
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-  EXPECT_EQ(failures.load(), 0);
-
-  OmbrixHalMemoryPrintStatistics();
+  runOnThreads(4, [](int) {
+    for (uint32_t round = 0; round < 500; ++round) {
+      void* older = OmbrixHalMemoryAllocate_(1 + round % 64, "worker.c", round);
+      void* newer = OmbrixHalMemoryAllocate_(8, "worker.c", round);
+      OmbrixHalMemoryFree(older);  // unlinks an inner block while other threads append
+      OmbrixHalMemoryFree(newer);
+    }
+  });
+  OmbrixHalMemoryPrintStatistics();  // a failed allocation would have logged its NULL free first
   const std::vector<LogLine> lines = log.lines();
   ASSERT_EQ(lines.size(), 4u) << ::testing::PrintToString(lines);
-  EXPECT_EQ(lines[0].text.rfind("Maximal allocated Memory: ", 0), 0u);
-  EXPECT_EQ(lines[1], status("Currently allocated Memory: 0"));
-  EXPECT_EQ(lines[2], status("Allocated Blocks: 0"));
-  EXPECT_EQ(lines[3], status("Additional estimated overhead, because of checks: 0"));
+  EXPECT_EQ(std::vector(lines.begin() + 1, lines.end()),
+            report({"Currently allocated Memory: 0", "Allocated Blocks: 0",
+                    "Additional estimated overhead, because of checks: 0"}));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Tests of the polled timers on a fake tick counter.
-#include <thread>
+#include <algorithm>
+#include <functional>
 #include <vector>
 
 #include "OmbrixHalFakeClock.h"
@@ -9,28 +10,27 @@ namespace {
 
 using TimerPool = FakeClockTest;
 
-TEST_F(TimerPool, ThirtyFirstOpenFails) {
-  std::vector<OmbrixHalTimerHandle> timers;
-  for (int index = 0; index < OMBRIX_HAL_TIMER_COUNT; ++index) {
-    timers.push_back(OmbrixHalTimerOpen());
-    ASSERT_NE(timers.back(), nullptr);
-  }
+TEST_F(TimerPool, ThirtyFirstOpenFailsAndAReopenedTimerKeepsItsState) {
+  std::vector<OmbrixHalTimerHandle> timers(OMBRIX_HAL_TIMER_COUNT);
+  std::generate(timers.begin(), timers.end(), OmbrixHalTimerOpen);
+  ASSERT_EQ(std::count(timers.begin(), timers.end(), nullptr), 0);
+  EXPECT_TRUE(std::is_sorted(timers.begin(), timers.end(), std::less<>())) << "handed out in pool order";
   EXPECT_EQ(OmbrixHalTimerOpen(), nullptr);
   EXPECT_EQ(log.lines(), (std::vector{error("OmbrixHalTimerOpen", "Cannot open timer.")}));
+  OmbrixHalTimerReset(timers[0], 0);
+  EXPECT_EQ(OmbrixHalTimerIsExpired(timers[0]), 1) << "duration 0 expires at the first look";
+  OmbrixHalTimerReset(timers[7], 10);
+  OmbrixHalTimerReset(timers[8], 1000);
+  FakeClock::setTicks(10);
+  EXPECT_EQ(OmbrixHalTimerIsExpired(timers[7]), 1);
+  OmbrixHalTimerClose(timers[8]);
   OmbrixHalTimerClose(timers[7]);
-  EXPECT_EQ(OmbrixHalTimerOpen(), timers[7]) << "the first free entry is taken";
-}
-
-TEST_F(TimerPool, OpenClearsNothingOfThePreviousOwner) {
-  OmbrixHalTimerHandle timer = OmbrixHalTimerOpen();
-  OmbrixHalTimerReset(timer, 0);
-  ASSERT_EQ(OmbrixHalTimerIsExpired(timer), 1);
-  OmbrixHalTimerClose(timer);
-  OmbrixHalTimerHandle again = OmbrixHalTimerOpen();
-  ASSERT_EQ(again, timer);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(again), 1);
-  OmbrixHalTimerReset(again, 10);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(again), 0);
+  ASSERT_EQ(OmbrixHalTimerOpen(), timers[7]) << "the first free entry is taken";
+  ASSERT_EQ(OmbrixHalTimerOpen(), timers[8]);
+  // Open clears nothing: judged afresh, the first would not be expired and the second would.
+  FakeClock::setTicks(5);
+  EXPECT_EQ(OmbrixHalTimerIsExpired(timers[7]), 1);
+  EXPECT_EQ(OmbrixHalTimerIsExpired(timers[8]), 0);
 }
 
 TEST_F(TimerPool, NullHandleCountsAsExpiredAndIsOtherwiseIgnored) {
@@ -42,93 +42,47 @@ TEST_F(TimerPool, NullHandleCountsAsExpiredAndIsOtherwiseIgnored) {
 
 using TimerExpiry = FakeClockTest;
 
-TEST_F(TimerExpiry, DurationZeroExpiresAtTheFirstLook) {
+TEST_F(TimerExpiry, ExpiresOnceTheDurationHasPassedAndStaysExpiredUntilReset) {
+  // {counter wrap (0: at 2^32), ticks at Reset, duration, ticks still short of it, ticks at expiry}
+  const uint32_t cases[][5] = {
+      {0, 5000, 2000, 6999, 7000},
+      {0, 0xffffff00u, 1024, 0x100, 0x300},  // one wrap bridged: 512 ms, then 1024 ms
+      {0, 100, 0xffffffffu, 50, 20},         // a second wrap expires it outright
+      {10000, 9000, 2000, 500, 1000},        // the counter's own wrap: 1000 ms to it, then 500
+  };
   OmbrixHalTimerHandle timer = OmbrixHalTimerOpen();
-  OmbrixHalTimerReset(timer, 0);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 1);
-  OmbrixHalTimerClose(timer);
-}
-
-TEST_F(TimerExpiry, ExpiresWhenTheDurationHasPassedAndStaysExpiredUntilReset) {
-  FakeClock::setTicks(5000);
-  OmbrixHalTimerHandle timer = OmbrixHalTimerOpen();
-  OmbrixHalTimerReset(timer, 2000);
-  FakeClock::advance(1999);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 0);
-  FakeClock::advance(1);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 1);
-  FakeClock::setTicks(5000);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 1);
-  OmbrixHalTimerReset(timer, 2000);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 0);
-  OmbrixHalTimerClose(timer);
-}
-
-TEST_F(TimerExpiry, OneWrapOfThe32BitCounterIsBridged) {
-  FakeClock::setTicks(0xffffff00u);
-  OmbrixHalTimerHandle timer = OmbrixHalTimerOpen();
-  OmbrixHalTimerReset(timer, 1024);
-  FakeClock::setTicks(0x100);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 0);  // 512 ms
-  FakeClock::setTicks(0x300);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 1);  // 1024 ms
-  OmbrixHalTimerClose(timer);
-}
-
-TEST_F(TimerExpiry, TwoWrapsOfThe32BitCounterExpireOutright) {
-  FakeClock::setTicks(100);
-  OmbrixHalTimerHandle timer = OmbrixHalTimerOpen();
-  OmbrixHalTimerReset(timer, 0xffffffffu);
-  FakeClock::setTicks(50);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 0);
-  FakeClock::setTicks(20);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 1);
-  OmbrixHalTimerClose(timer);
-}
-
-TEST_F(TimerExpiry, CounterWithItsOwnWrapValue) {
-  FakeClock::setWrap(10000);
-  FakeClock::setTicks(9000);
-  OmbrixHalTimerHandle timer = OmbrixHalTimerOpen();
-  OmbrixHalTimerReset(timer, 2000);
-  FakeClock::setTicks(500);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 0);  // 1000 to the wrap, 500 after
-  FakeClock::setTicks(1000);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 1);
-  OmbrixHalTimerClose(timer);
-}
-
-TEST_F(TimerExpiry, TimersOfDifferentThreadsRunIndependently) {
-  constexpr uint32_t kThreadCount = 4;
-  std::vector<std::thread> threads;
-  std::atomic<uint32_t> armedCount{0};
-  std::atomic<uint32_t> expiredCount{0};
-  for (uint32_t index = 0; index < kThreadCount; ++index) {
-    threads.emplace_back([&armedCount, &expiredCount, index] {
-      OmbrixHalTimerHandle timer = OmbrixHalTimerOpen();
-      OmbrixHalTimerReset(timer, (index + 1) * 1000);
-      ++armedCount;
-      while (!OmbrixHalTimerIsExpired(timer)) {
-        std::this_thread::yield();
-      }
-      ++expiredCount;
-      OmbrixHalTimerClose(timer);
-    });
+  for (const auto& [wrap, start, duration, shortOfIt, expiry] : cases) {
+    SCOPED_TRACE(testing::Message() << "wrap " << wrap << ", start " << start);
+    FakeClock::setWrap(wrap);
+    FakeClock::setTicks(start);
+    OmbrixHalTimerReset(timer, duration);
+    FakeClock::setTicks(shortOfIt);
+    EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 0);
+    FakeClock::setTicks(expiry);
+    EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 1);
+    FakeClock::setTicks(shortOfIt);
+    EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 1);
+    OmbrixHalTimerReset(timer, duration);
+    EXPECT_EQ(OmbrixHalTimerIsExpired(timer), 0);
   }
-  while (armedCount < kThreadCount) {
-    std::this_thread::yield();
+  OmbrixHalTimerClose(timer);
+}
+
+TEST_F(TimerExpiry, TimersPolledOnSeveralThreadsRunIndependently) {
+  // Opened and armed here: Open takes no lock, so threads that open at once may share an entry.
+  OmbrixHalTimerHandle timers[4];
+  for (uint32_t index = 0; index < 4; ++index) {
+    timers[index] = OmbrixHalTimerOpen();
+    OmbrixHalTimerReset(timers[index], (index + 1) * 1000);
   }
-  for (uint32_t step = 1; step <= kThreadCount; ++step) {
-    FakeClock::advance(1000);
-    // Each step expires exactly the timer of one more thread.
-    while (expiredCount < step) {
-      std::this_thread::yield();
+  FakeClock::setTicks(2500);
+  OmbrixHalBool expired[4] = {};
+  runOnThreads(4, [&](int index) {
+    for (int poll = 0; poll < 1000; ++poll) {
+      expired[index] = OmbrixHalTimerIsExpired(timers[index]);
     }
-    EXPECT_EQ(expiredCount, step);
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
+  });
+  EXPECT_EQ(std::vector(expired, expired + 4), (std::vector<OmbrixHalBool>{1, 1, 0, 0}));
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // The log-capturing fixtures shared by every test file.
 #include "OmbrixHalTestFixture.h"
 
+#include <thread>
+
 namespace ombrixhal::test {
 
 namespace {
@@ -78,6 +80,16 @@ void HalTest::restart(uint32_t memoryCheck, uint32_t platformArgument) {
   const OmbrixHalInitParameter parameter = {memoryCheck, platformArgument};
   OmbrixHalInit(&parameter);
   log.clear();
+}
+
+void runOnThreads(int count, const std::function<void(int index)>& body) {
+  std::vector<std::thread> threads;
+  for (int index = 0; index < count; ++index) {
+    threads.emplace_back(body, index);
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
 }
 
 }  // namespace ombrixhal::test

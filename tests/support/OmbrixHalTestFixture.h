@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <ostream>
 #include <string>
@@ -99,6 +100,28 @@ class ScopedPlatformInterface {
   GetInterfaceFunction<Interface>& seam_;
   GetInterfaceFunction<Interface> original_;
 };
+
+// Hands a module `table` in place of its platform table, for the life of this object (one per
+// table type at a time). The table starts empty; a test fills in the slots it wants before it
+// (re)starts the library.
+template <typename Interface>
+class OfferedPlatformInterface {
+ public:
+  explicit OfferedPlatformInterface(GetInterfaceFunction<Interface>& seam) : scoped_(seam, offer) { table = {}; }
+
+  static inline Interface table{};
+
+ private:
+  static OmbrixHalBool offer(Interface* aInterface) noexcept {
+    *aInterface = table;
+    return 1;
+  }
+
+  ScopedPlatformInterface<Interface> scoped_;
+};
+
+// Runs body(0) to body(count - 1), each on a thread of its own, all at once, and waits for them.
+void runOnThreads(int count, const std::function<void(int index)>& body);
 
 }  // namespace ombrixhal::test
 
