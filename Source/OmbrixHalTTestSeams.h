@@ -17,6 +17,11 @@ extern GetInterfaceFunction<OmbrixHalThreadPlatformInterface> threadPlatformGetI
 extern GetInterfaceFunction<OmbrixHalConsolePlatformInterface> consolePlatformGetInterface;
 extern GetInterfaceFunction<OmbrixHalKeyEventPlatformInterface> keyEventPlatformGetInterface;
 
+// Where OmbrixHalTunerOpen creates the kinds it has no create function of its own for; starts
+// at OmbrixHalTunerFactoryCreateTuner. Tests put a fake tuner kind here.
+using TunerFactoryFunction = OmbrixHalTunerHandle (*)(OmbrixHalTunerType) noexcept;
+extern TunerFactoryFunction tunerFactoryCreateTuner;
+
 // The banner that identifies the library file: "Ombrix Hal Version 1.30.04 Mmm dd yyyy".
 extern const char* const versionBanner;
 

@@ -1,5 +1,6 @@
 /* Tuners: the tuning record with its type names and enumerations, its validation and
- * logging, and its one-line text form. */
+ * logging, and its one-line text form; the tuner object with its operations and packet
+ * handlers. */
 #ifndef OMBRIX_HAL_TUNER_H
 #define OMBRIX_HAL_TUNER_H
 
@@ -217,6 +218,97 @@ OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerParamParser(const char* aString, Ombr
  * ":" asks for the tuner type word. */
 OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerParamParserGetParamValue(const char* aString, const char* aKey,
                                                                    char* aValue) OMBRIX_HAL_NOEXCEPT;
+
+/* An open tuner. Opaque; NULL means none. */
+typedef struct OmbrixHalTunerHead* OmbrixHalTunerHandle;
+
+/* Called once per packet: 188 bytes (64-byte records from the analog file tuner). aSource is
+ * NULL from the file tuners and the tuner from the DVB-T tuner. The packet belongs to the tuner
+ * and is valid only during the call. The filter handler has the same signature, so a TS-level
+ * filter's input handler can be registered on a tuner directly. */
+typedef void (*OmbrixHalTunerPacketHandler)(void* aSource, const uint8_t* aPacket, uint32_t aLength, void* aContext);
+
+/* What a tuner kind does, in this slot order; a NULL slot is not supported by the kind. The
+ * void* words are passed through unchanged for the kind. */
+typedef struct OmbrixHalTunerOperations {
+  /* Frees the tuner. */
+  OmbrixHalBool (*Destroy)(OmbrixHalTunerHandle aThis);
+  OmbrixHalBool (*SetParameter)(OmbrixHalTunerHandle aThis, const OmbrixHalTunerParameter* aTunerParameter);
+  OmbrixHalBool (*GetParameter)(OmbrixHalTunerHandle aThis, OmbrixHalTunerParameter* aTunerParameter,
+                                void* aReserved);
+  OmbrixHalTunerType (*GetType)(OmbrixHalTunerHandle aThis);
+  /* The raw lock status, 0..3. */
+  OmbrixHalTunerStatus (*GetStatus)(OmbrixHalTunerHandle aThis);
+  /* 1 when a packet was delivered, 0 when none is available. */
+  OmbrixHalBool (*Receive)(OmbrixHalTunerHandle aThis);
+  OmbrixHalBool (*RegisterPacketHandler)(OmbrixHalTunerHandle aThis, OmbrixHalTunerPacketHandler aHandler,
+                                         void* aContext);
+  /* 1 when a handler with this context was found. */
+  OmbrixHalBool (*UnregisterPacketHandler)(OmbrixHalTunerHandle aThis, void* aContext, void* aReserved);
+  /* Percent, 0..100. */
+  uint32_t (*GetSignalStrength)(OmbrixHalTunerHandle aThis);
+  uint32_t (*GetSignalQuality)(OmbrixHalTunerHandle aThis);
+  OmbrixHalBool (*SetAccessCode)(OmbrixHalTunerHandle aThis, const char* aAccessCodeStr, void* aReserved1,
+                                 void* aReserved2);
+  OmbrixHalBool (*GetVersionNumber)(OmbrixHalTunerHandle aThis, void* aReserved, uint32_t* aVersionNumber);
+} OmbrixHalTunerOperations;
+
+/* A tuner of the type named at the start of aTunerTypeString: a bare type name or a whole
+ * parameter line. NULL when the type is unknown or cannot be opened on this platform. */
+OMBRIX_HAL_API OmbrixHalTunerHandle OmbrixHalTunerOpen(const char* aTunerTypeString) OMBRIX_HAL_NOEXCEPT;
+
+/* The kinds that OmbrixHalTunerOpen does not create itself; NULL for a type without one. */
+OMBRIX_HAL_API OmbrixHalTunerHandle OmbrixHalTunerFactoryCreateTuner(OmbrixHalTunerType aType) OMBRIX_HAL_NOEXCEPT;
+
+/* The handle is dead afterwards. */
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerClose(OmbrixHalTunerHandle aThis) OMBRIX_HAL_NOEXCEPT;
+
+/* Tunes; the tuner then has 2000 ms to lock. A file tuner accepts a broadcast record, and
+ * ignores it. A failed attempt leaves the tuner untuned. */
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerSetParameter(OmbrixHalTunerHandle aThis,
+                                                       const OmbrixHalTunerParameter* aTunerParameter)
+    OMBRIX_HAL_NOEXCEPT;
+
+/* The same, from a line such as "DVB-T: freq=474000, bandwidth=8". */
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerSetParameterByString(OmbrixHalTunerHandle aThis,
+                                                               const char* aTunerParameterString)
+    OMBRIX_HAL_NOEXCEPT;
+
+/* The tuner's current record, its Type set to the record type the tuner accepts. */
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerGetParameter(OmbrixHalTunerHandle aThis,
+                                                       OmbrixHalTunerParameter* aTunerParameter,
+                                                       void* aReserved) OMBRIX_HAL_NOEXCEPT;
+
+/* The type stored at open or by OmbrixHalTunerSetType, which stores any value. */
+OMBRIX_HAL_API OmbrixHalTunerType OmbrixHalTunerGetType(OmbrixHalTunerHandle aThis) OMBRIX_HAL_NOEXCEPT;
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerSetType(OmbrixHalTunerHandle aThis, OmbrixHalTunerType aType)
+    OMBRIX_HAL_NOEXCEPT;
+
+/* UNKNOWN until tuned; WAIT FOR LOCK for at most 2000 ms, then NOT LOCKED. */
+OMBRIX_HAL_API OmbrixHalTunerStatus OmbrixHalTunerGetStatus(OmbrixHalTunerHandle aThis) OMBRIX_HAL_NOEXCEPT;
+
+/* Delivers up to aCount packets to the packet handlers on the calling thread; 1 when all came. */
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerReceive(OmbrixHalTunerHandle aThis, uint32_t aCount) OMBRIX_HAL_NOEXCEPT;
+
+/* Handlers are known by their context, which must not be NULL. */
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerRegisterPacketHandler(OmbrixHalTunerHandle aThis,
+                                                                OmbrixHalTunerPacketHandler aHandler,
+                                                                void* aContext) OMBRIX_HAL_NOEXCEPT;
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerUnregisterPacketHandler(OmbrixHalTunerHandle aThis, void* aContext,
+                                                                  void* aReserved) OMBRIX_HAL_NOEXCEPT;
+
+/* Percent; 0 until tuned. */
+OMBRIX_HAL_API uint32_t OmbrixHalTunerGetSignalStrength(OmbrixHalTunerHandle aThis) OMBRIX_HAL_NOEXCEPT;
+OMBRIX_HAL_API uint32_t OmbrixHalTunerGetSignalQuality(OmbrixHalTunerHandle aThis) OMBRIX_HAL_NOEXCEPT;
+
+/* This platform has one receiver: does nothing and returns 1. */
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerSelectReceiver(OmbrixHalTunerHandle aThis, uint32_t aReceiver)
+    OMBRIX_HAL_NOEXCEPT;
+
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerSetAccessCode(OmbrixHalTunerHandle aThis, const char* aAccessCodeStr,
+                                                        void* aReserved1, void* aReserved2) OMBRIX_HAL_NOEXCEPT;
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalTunerGetVersionNumber(OmbrixHalTunerHandle aThis, void* aReserved,
+                                                           uint32_t* aVersionNumber) OMBRIX_HAL_NOEXCEPT;
 
 OMBRIX_HAL_EXTERN_C_END
 

@@ -1,0 +1,55 @@
+// Private: the head that every tuner kind begins with, and what a kind's Create and Destroy
+// do with it.
+#ifndef OMBRIX_HAL_T_TUNER_HEAD_H
+#define OMBRIX_HAL_T_TUNER_HEAD_H
+
+#include <cstddef>
+#include <type_traits>
+
+#include "OmbrixHalTimer.h"
+#include "OmbrixHalTuner.h"
+
+// A kind is a standard-layout struct whose first member is this head, named `head`; the
+// public handle points at it.
+struct OmbrixHalTunerHead {
+  OmbrixHalTunerOperations Operations;
+  OmbrixHalTunerParameter Parameter;  // the kind copies each accepted record here
+  OmbrixHalTunerType ParameterType;   // the record type the kind accepts: 5, 3 or 9
+  OmbrixHalTunerType Type;            // what OmbrixHalTunerGetType reports
+  OmbrixHalTimerHandle LockTimer;     // bounds the wait for lock
+  uint32_t LastStatus;                // the status last returned, for logging its changes
+  uint32_t ParameterSet;              // 1 after a successful set-parameter
+};
+
+static_assert(sizeof(OmbrixHalTunerOperations) == 12 * sizeof(void (*)()));
+static_assert(std::is_standard_layout_v<OmbrixHalTunerHead>);
+
+namespace ombrixhal {
+
+// A kind's Create: its own copy of the kind's table and the record type it accepts. Open
+// fills the rest of the head.
+inline void initTunerHead(OmbrixHalTunerHead& head, const OmbrixHalTunerOperations& operations,
+                          OmbrixHalTunerType parameterType) noexcept {
+  head.Operations = operations;
+  head.ParameterType = parameterType;
+}
+
+// A kind's Destroy gives the lock timer that Open took back to the pool, which would
+// otherwise run dry after 30 opens.
+inline void closeTunerHead(OmbrixHalTunerHead& head) noexcept {
+  OmbrixHalTimerClose(head.LockTimer);
+  head.LockTimer = nullptr;
+}
+
+// The kind behind a handle. Each kind wraps this once, as asFileDigitalTuner(This) and the like.
+template <typename Kind>
+Kind* tunerKindOf(OmbrixHalTunerHandle aThis) noexcept {
+  static_assert(std::is_same_v<decltype(Kind::head), OmbrixHalTunerHead>);
+  static_assert(std::is_standard_layout_v<Kind>);
+  static_assert(offsetof(Kind, head) == 0);
+  return reinterpret_cast<Kind*>(aThis);
+}
+
+}  // namespace ombrixhal
+
+#endif
