@@ -60,6 +60,7 @@ constexpr const char* kRenamed = "Renamed file successfully: '%s' -> '%s'";
 constexpr const char* kRenameNoFileSystem = "Cannot rename file: function not supported for '%s'";
 
 constexpr const char* kBuiltinPrefix = "//builtin/";
+constexpr const char* kLocalPrefix = "//local/";
 
 // The history suffix: "_" and the 19-character time; a name may be 255 characters long.
 constexpr size_t kHistorySuffixLength = 25;
@@ -212,6 +213,12 @@ OmbrixHalBool OmbrixHalFileInit(void) noexcept {
   OmbrixHalFileInterface builtin{};
   std::strcpy(builtin.Prefix, kBuiltinPrefix);
   if (!OmbrixHalFileBuiltinGetInterface(&builtin) || !registerInterface(builtin)) {
+    result = 0;
+  }
+  // Kept: the local file system has no Init, so its registration, and Init, return 0.
+  OmbrixHalFileInterface local{};
+  std::strcpy(local.Prefix, kLocalPrefix);
+  if (OmbrixHalFileLocalGetInterface(&local) && !registerInterface(local)) {
     result = 0;
   }
   table.initialised = 1;

@@ -108,6 +108,10 @@ OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileBuiltinRegisterDirectory(const OmbrixH
 OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileBuiltinUnregisterDirectory(const OmbrixHalFileBuiltinDirectory* aDirectory)
     OMBRIX_HAL_NOEXCEPT;
 
+/* Local file system ("//local/"): the device's own files; the path after the prefix is used
+ * as given. Fills every slot but Prefix, Init, Done and HistoryEnabled. */
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileLocalGetInterface(OmbrixHalFileInterface* aInterface) OMBRIX_HAL_NOEXCEPT;
+
 OMBRIX_HAL_EXTERN_C_END
 
 #endif

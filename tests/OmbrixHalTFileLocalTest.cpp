@@ -1,0 +1,157 @@
+// Tests of the local file system, and of the reading contract that it shares with the
+// builtin one, through the file layer on scratch files below the working directory.
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "OmbrixHalTestFixture.h"
+
+namespace ombrixhal::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path kScratch = "file-local-scratch";
+const uint8_t kDigits[] = "0123456789";
+const OmbrixHalFileBuiltinFile kFiles[] = {{10, kDigits, "digits"}, {0, kDigits, "empty"}};
+const OmbrixHalFileBuiltinDirectory kDirectory = {"file-local-scratch", 2, kFiles};
+
+// Kept: success is reported exactly when the platform call returns zero, which the device's
+// DeleteFileW and MoveFileW do when they fail.
+#if defined(_WIN32)
+constexpr OmbrixHalBool kDoneResult = 0;
+#else
+constexpr OmbrixHalBool kDoneResult = 1;
+#endif
+
+void writeFile(const fs::path& path, const std::string& contents) {
+  std::ofstream(path, std::ios::binary) << contents;
+}
+
+// The same files, "digits" and "empty", in the builtin directory and on disk.
+class FileSystemTest : public HalTest, public ::testing::WithParamInterface<const char*> {
+ protected:
+  void SetUp() override {
+    HalTest::SetUp();
+    fs::remove_all(kScratch);
+    fs::create_directories(kScratch / "sub");
+    writeFile(kScratch / "digits", "0123456789");
+    writeFile(kScratch / "empty", "");
+    ASSERT_EQ(OmbrixHalFileBuiltinRegisterDirectory(&kDirectory), 1);
+  }
+  void TearDown() override {
+    fs::remove_all(kScratch);
+    HalTest::TearDown();
+  }
+  std::string path(const std::string& name) const { return GetParam() + kScratch.string() + name; }
+};
+
+using FileSystemReading = FileSystemTest;
+
+TEST_P(FileSystemReading, ReadsSeeksAndTellsAlike) {
+  OmbrixHalFileHandle file = OmbrixHalFileOpen(path("/digits").c_str(), "rb");
+  ASSERT_NE(file, nullptr);
+  char buffer[8] = {};
+  EXPECT_EQ(OmbrixHalFileRead(file, buffer, 4), 4u);
+  EXPECT_EQ(std::string(buffer, 4), "0123");
+  EXPECT_EQ(OmbrixHalFileSeek(file, 2, 1), 1);
+  EXPECT_EQ(OmbrixHalFileTell(file), 6);
+  EXPECT_EQ(OmbrixHalFileSeek(file, -1, 0), 0) << "before the start";
+  EXPECT_EQ(OmbrixHalFileSeek(file, -3, 2), 1);
+  EXPECT_EQ(OmbrixHalFileRead(file, buffer, sizeof buffer), 3u);
+  EXPECT_EQ(std::string(buffer, 3), "789");
+  EXPECT_EQ(OmbrixHalFileRead(file, buffer, sizeof buffer), 0u);
+  EXPECT_NE(OmbrixHalFileEof(file), 0);
+  EXPECT_EQ(OmbrixHalFileClose(file), 1);
+  file = OmbrixHalFileOpen(path("/empty").c_str(), "r");
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(OmbrixHalFileRead(file, buffer, sizeof buffer), 0u);
+  EXPECT_EQ(OmbrixHalFileClose(file), 1);
+}
+
+TEST_P(FileSystemReading, MissingFilesAndDirectoriesDoNotOpen) {
+  for (const std::string& name : {std::string("/missing"), std::string(), std::string("/sub"), "/" + std::string(256, 'n')}) {
+    log.clear();
+    EXPECT_EQ(OmbrixHalFileOpen(path(name).c_str(), "r"), nullptr) << name;
+    const std::string text = "Cannot open file in mode 'r': '" + path(name) + "'";
+    EXPECT_EQ(log.lines().back(), error("OmbrixHalFileOpen", text.size() < 256 ? text : text.substr(0, 253) + "...",
+                                        0x1016));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(BothFileSystems, FileSystemReading, ::testing::Values("//builtin/", "//local/"),
+                         [](const auto& info) { return std::string(info.param[2] == 'b' ? "Builtin" : "Local"); });
+
+class LocalFileSystem : public FileSystemTest {
+ protected:
+  static std::string local(const std::string& name) { return "//local/" + kScratch.string() + name; }
+};
+
+TEST_F(LocalFileSystem, StandardPairIsRegisteredAndOpensAreLogged) {
+  OmbrixHalFileDone();
+  EXPECT_EQ(OmbrixHalFileInit(), 0) << "kept: the local file system has no Init";
+  // The longest name a file may have, relative to the working directory.
+  const std::string longName(255, 'n');
+  OmbrixHalFileHandle file = OmbrixHalFileOpen(("//local/" + longName).c_str(), "wb");
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(log.lines().front(), info("OmbrixHalFileLocalOpen", "Open file: " + longName.substr(0, 242) + "...", 0x3012));
+  EXPECT_EQ(OmbrixHalFileWrite(file, "abc", 3), 3u);
+  EXPECT_EQ(OmbrixHalFileFlush(file), 1);
+  EXPECT_EQ(OmbrixHalFileClose(file), 1);
+  EXPECT_EQ(fs::file_size(longName), 3u);
+  fs::remove(longName);
+  EXPECT_EQ(OmbrixHalFileVolumeMount("//local/"), 1);
+}
+
+TEST_F(LocalFileSystem, RemoveAndRenameReportTheirPlatformCallsZero) {
+  EXPECT_EQ(OmbrixHalFileRename(local("/digits").c_str(), "moved"), kDoneResult);
+  EXPECT_TRUE(fs::exists(kScratch / "moved"));
+  EXPECT_EQ(OmbrixHalFileRemove(local("/moved").c_str()), kDoneResult);
+  EXPECT_FALSE(fs::exists(kScratch / "moved"));
+  EXPECT_EQ(OmbrixHalFileRemove(local("/moved").c_str()), 1 - kDoneResult);
+}
+
+// Kept: past the last file Next finds it again, so callers stop on their own. Only plain
+// files here: a step that ends on a directory would be stepped past without end.
+TEST_F(LocalFileSystem, IteratorFindsPlainFilesAndThenRepeatsTheLast) {
+  // A directory path is cut to 195 characters before "/*.*".
+  const std::string deep = (kScratch / std::string(176, 'd')).generic_string();
+  ASSERT_EQ(deep.size(), 195u);
+  fs::create_directory(deep);
+  writeFile(deep + "/digits", "0123456789");
+  writeFile(deep + "/empty", "");
+  OmbrixHalFileIteratorHandle iterator = OmbrixHalFileIteratorOpen(("//local/" + deep + "/ignored").c_str());
+  ASSERT_EQ(OmbrixHalFileIteratorFirst(iterator), 1);
+  std::set<std::string> names;
+  size_t repeats = 0;
+  for (int step = 0; step < 4; ++step) {
+    char name[256];
+    OmbrixHalFileSize size{};
+    ASSERT_EQ(OmbrixHalFileIteratorGetFileName(iterator, name, sizeof name), 1);
+    ASSERT_EQ(OmbrixHalFileIteratorGetFileSize(iterator, &size), 1);
+    repeats += names.insert(name).second ? 0 : 1;
+    EXPECT_EQ(size.Low, std::string(name) == "digits" ? 10u : 0u) << name;
+    EXPECT_EQ(OmbrixHalFileIteratorNext(iterator), 1);
+  }
+  EXPECT_EQ(names, (std::set<std::string>{"digits", "empty"}));
+  EXPECT_EQ(repeats, 2u);
+  EXPECT_EQ(OmbrixHalFileIteratorClose(iterator), 1);
+}
+
+TEST_F(LocalFileSystem, IteratorFirstSkipsDotsAndDirectories) {
+  writeFile(kScratch / "sub" / "inner", "x");
+  fs::create_directory(kScratch / "sub" / "deeper");
+  for (const auto& [directory, first] : {std::pair{"/sub", 1}, std::pair{"/missing", 0}}) {
+    OmbrixHalFileIteratorHandle iterator = OmbrixHalFileIteratorOpen(local(directory).c_str());
+    ASSERT_EQ(OmbrixHalFileIteratorFirst(iterator), first) << directory;
+    char name[256] = "";
+    OmbrixHalFileIteratorGetFileName(iterator, name, sizeof name);
+    EXPECT_EQ(name, std::string(first ? "inner" : "")) << directory;
+    EXPECT_EQ(OmbrixHalFileIteratorClose(iterator), 1);
+  }
+}
+
+}  // namespace
+}  // namespace ombrixhal::test
