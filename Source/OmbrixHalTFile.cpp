@@ -106,7 +106,8 @@ bool matches(const OmbrixHalFileInterface& entry, const char* aPath, const Prefi
 
 // The first matching entry whose slot (if one is named) is set.
 template <typename Slot>
-OmbrixHalFileInterface* findFirst(const char* aPath, const Prefix& prefix, Slot OmbrixHalFileInterface::*slot) noexcept {
+OmbrixHalFileInterface* findFirst(const char* aPath, const Prefix& prefix,
+                                  Slot OmbrixHalFileInterface::*slot) noexcept {
   for (int32_t i = 0; i < table.count; ++i) {
     OmbrixHalFileInterface& entry = table.entries[i];
     if (matches(entry, aPath, prefix) && (slot == nullptr || entry.*slot != nullptr)) {

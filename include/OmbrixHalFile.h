@@ -72,7 +72,8 @@ OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileRemove(const char* aFileName) OMBRIX_H
 /* aNewName without '/' or '\' stays in aOldName's directory. */
 OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileRename(const char* aOldName, const char* aNewName) OMBRIX_HAL_NOEXCEPT;
 /* Only the prefix of aFileName counts. */
-OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileEnableFileHistory(const char* aFileName, uint32_t aEnable) OMBRIX_HAL_NOEXCEPT;
+OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileEnableFileHistory(const char* aFileName,
+                                                            uint32_t aEnable) OMBRIX_HAL_NOEXCEPT;
 
 OMBRIX_HAL_API OmbrixHalFileIteratorHandle OmbrixHalFileIteratorOpen(const char* aDirectory) OMBRIX_HAL_NOEXCEPT;
 OMBRIX_HAL_API OmbrixHalBool OmbrixHalFileIteratorClose(OmbrixHalFileIteratorHandle This) OMBRIX_HAL_NOEXCEPT;

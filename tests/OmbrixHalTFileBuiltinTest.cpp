@@ -1,6 +1,5 @@
 // Tests of the builtin file system through the file layer: directory matching in slot
 // order, read-only opens, clamped seeks and the 50 directory slots.
-#include <array>
 #include <string>
 #include <vector>
 
@@ -75,23 +74,18 @@ TEST_F(BuiltinDirectoryMatching, FiftySlotsAndOnlyCompleteDirectories) {
   EXPECT_EQ(OmbrixHalFileBuiltinRegisterDirectory(&kTtf), 0);
 }
 
+// Reading as on every file system is tested with the local one; here what is builtin's own.
 TEST_F(BuiltinDirectoryMatching, SeeksAreClampedAndOnlyReadingIsSupported) {
   ASSERT_EQ(OmbrixHalFileBuiltinRegisterDirectory(&kTtf), 1);
   OmbrixHalFileHandle file = OmbrixHalFileOpen("//builtin/fonts/ttf/a.ttf", "r");
   ASSERT_NE(file, nullptr);
-  // {offset, origin, result, position after}
-  const std::vector<std::array<int32_t, 4>> seeks = {{4, 0, 1, 4}, {-5, 1, 0, 4}, {100, 1, 1, 10}, {0, -1, 0, 10}};
-  for (const auto& [offset, origin, result, position] : seeks) {
-    EXPECT_EQ(OmbrixHalFileSeek(file, offset, origin), result) << offset << " " << origin;
-    EXPECT_EQ(OmbrixHalFileTell(file), position);
-  }
-  char buffer[8];
-  EXPECT_EQ(OmbrixHalFileRead(file, buffer, sizeof buffer), 0u);
+  EXPECT_EQ(OmbrixHalFileSeek(file, 100, 1), 1);
+  EXPECT_EQ(OmbrixHalFileTell(file), 10) << "clamped to the end";
   // Kept: with no Eof slot every builtin file reports the end; nothing to write or flush.
   EXPECT_EQ(OmbrixHalFileEof(file), 1);
   EXPECT_EQ(OmbrixHalFileFlush(file), 0);
   log.clear();
-  EXPECT_EQ(OmbrixHalFileWrite(file, buffer, 1), 0u);
+  EXPECT_EQ(OmbrixHalFileWrite(file, "x", 1), 0u);
   EXPECT_EQ(log.lines(), std::vector{warning("OmbrixHalFileWrite", "Function not supported: 'OmbrixHalFileWrite'",
                                              0x2001)});
   EXPECT_EQ(OmbrixHalFileClose(file), 1);

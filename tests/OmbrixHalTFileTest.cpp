@@ -92,10 +92,11 @@ TEST_F(FilePrefixRouting, HandleCallsReachTheOpeningFileSystem) {
   EXPECT_EQ(OmbrixHalFileFlush(file), 0);
   EXPECT_EQ(OmbrixHalFileClose(file), 7);
   EXPECT_EQ(calls, (std::vector<std::string>{"Open a.ts w", "Seek 5 -1"}));
-  EXPECT_EQ(log.lines(), (std::vector{info(kOpen, "File opened in mode 'w': '//fake/a.ts'", 0x3012),
-                                      error("OmbrixHalFileWrite", "File write error: 2 of 3 bytes written"),
-                                      warning("OmbrixHalFileRead", "Function not supported: 'OmbrixHalFileRead'", 0x2001),
-                                      info("OmbrixHalFileClose", "File closed", 0x3013)}));
+  EXPECT_EQ(log.lines(),
+            (std::vector{info(kOpen, "File opened in mode 'w': '//fake/a.ts'", 0x3012),
+                         error("OmbrixHalFileWrite", "File write error: 2 of 3 bytes written"),
+                         warning("OmbrixHalFileRead", "Function not supported: 'OmbrixHalFileRead'", 0x2001),
+                         info("OmbrixHalFileClose", "File closed", 0x3013)}));
 }
 
 TEST_F(FilePrefixRouting, NullHandlesGiveTheDefaultsAndOpenNeedsInit) {
@@ -112,28 +113,23 @@ TEST_F(FilePrefixRouting, NullHandlesGiveTheDefaultsAndOpenNeedsInit) {
 
 using FileRegistration = FileTest;
 
-TEST_F(FileRegistration, EleventhRegistrationIsRefused) {
-  OmbrixHalFileDone();
-  for (int i = 0; i < 10; ++i) {
-    const OmbrixHalFileInterface record = fakeInterface(("//f" + std::to_string(i) + "/").c_str());
-    EXPECT_EQ(OmbrixHalFileRegisterFileInterface(&record), 1);
-  }
-  const OmbrixHalFileInterface eleventh = fakeInterface("//f10/");
-  EXPECT_EQ(OmbrixHalFileRegisterFileInterface(&eleventh), 0);
-  EXPECT_EQ(OmbrixHalFileVolumeMount("//f9/x"), 1);
-  EXPECT_EQ(OmbrixHalFileVolumeMount("//f10/x"), 0);
-  EXPECT_EQ(OmbrixHalFileRegisterFileInterface(nullptr), 0);
-}
-
 // Kept: without Init the walk also appends, so two entries share the prefix; history goes
-// to the first, while Remove takes the last.
-TEST_F(FileRegistration, ReRegistrationWithoutInitAppendsAndRemoveTakesTheLast) {
+// to the first, while Remove takes the last. The eleventh entry is refused.
+TEST_F(FileRegistration, ReRegistrationWithoutInitAppendsAndTenIsTheLimit) {
   const OmbrixHalFileInterface record = fakeInterface("//dup/", false);
   EXPECT_EQ(OmbrixHalFileRegisterFileInterface(&record), 0);
   EXPECT_EQ(OmbrixHalFileRegisterFileInterface(&record), 0);
   EXPECT_EQ(OmbrixHalFileEnableFileHistory("//dup/x", 1), 1);
   EXPECT_EQ(OmbrixHalFileRemove("//dup/a.ts"), 1);
   EXPECT_EQ(calls, std::vector<std::string>{"Remove a.ts"});
+  // builtin, local, fake and two of dup: five more fit.
+  for (int i = 0; i < 6; ++i) {
+    const OmbrixHalFileInterface next = fakeInterface(("//f" + std::to_string(i) + "/").c_str());
+    EXPECT_EQ(OmbrixHalFileRegisterFileInterface(&next), i < 5 ? 1 : 0) << i;
+  }
+  EXPECT_EQ(OmbrixHalFileVolumeMount("//f4/x"), 1);
+  EXPECT_EQ(OmbrixHalFileVolumeMount("//f5/x"), 0);
+  EXPECT_EQ(OmbrixHalFileRegisterFileInterface(nullptr), 0);
 }
 
 using FileHistory = FileTest;
@@ -153,41 +149,39 @@ TEST_F(FileHistory, RemoveRenamesToTheUtcTimeStampedName) {
     log.clear();
     EXPECT_EQ(OmbrixHalFileRemove(("//fake/" + path).c_str()), 1);
     EXPECT_EQ(calls, std::vector{"Rename " + path + " " + historyName});
-    EXPECT_EQ(log.texts(), std::vector{logged("Generated file history: '//fake/" + path + "' -> '" + historyName + "'")});
+    EXPECT_EQ(log.texts(),
+              std::vector{logged("Generated file history: '//fake/" + path + "' -> '" + historyName + "'")});
   }
 }
 
-TEST_F(FileHistory, TooLongOrFailedRenameKeepsTheFile) {
-  ASSERT_EQ(OmbrixHalFileEnableFileHistory("//fake/", 1), 1);
-  const std::string name231 = "//fake/" + std::string(231, 'n');
-  EXPECT_EQ(OmbrixHalFileRemove(name231.c_str()), 0);
-  slotResult = 0;
-  EXPECT_EQ(OmbrixHalFileRemove("//fake/a"), 0);
-  EXPECT_EQ(log.lines(), (std::vector{error(kRemove, logged("Cannot rename instead remove: name too long '" + name231 + "'")),
-                                      error(kRemove, "Cannot generate file history: '//fake/a' -> "
-                                                     "'a_1970-01-01T00-00-00'")}));
-}
-
-TEST_F(FileHistory, RemoveAndEnableFailuresNameTheirReason) {
+TEST_F(FileHistory, FailuresNameTheirReasonAndRemoveNothing) {
   OmbrixHalFileInterface noRemove = fakeInterface("//ro/");
   noRemove.Remove = nullptr;
   noRemove.Rename = nullptr;
   ASSERT_EQ(OmbrixHalFileRegisterFileInterface(&noRemove), 1);
   slotResult = 0;
+  EXPECT_EQ(OmbrixHalFileRemove("//fake/a"), 0);
+  ASSERT_EQ(OmbrixHalFileEnableFileHistory("//fake/", 1), 1);
+  const std::string name231 = "//fake/" + std::string(231, 'n');
+  EXPECT_EQ(OmbrixHalFileRemove(name231.c_str()), 0) << "nothing is removed";
+  EXPECT_EQ(OmbrixHalFileRemove("//fake/a"), 0) << "a failed history rename keeps the file";
   EXPECT_EQ(OmbrixHalFileRemove("a"), 0);
   EXPECT_EQ(OmbrixHalFileRemove("//none/a"), 0);
   EXPECT_EQ(OmbrixHalFileRemove("//ro/a"), 0);
-  EXPECT_EQ(OmbrixHalFileRemove("//fake/a"), 0);
   EXPECT_EQ(OmbrixHalFileEnableFileHistory("a", 1), 0);
   EXPECT_EQ(OmbrixHalFileEnableFileHistory("//ro/a", 1), 0);
   const char* kEnable = "OmbrixHalFileEnableFileHistory";
-  EXPECT_EQ(log.lines(), (std::vector{error(kRemove, "Cannot remove file: missing file prefix for 'a'"),
-                                      error(kRemove, "Cannot remove file: function not supported for '//none/a'"),
-                                      error(kRemove, "Function 'OmbrixHalFileRemove' not supported for: '//ro/a'"),
-                                      error(kRemove, "Cannot remove file: '//fake/a'"),
-                                      error(kEnable, "Cannot remove file: missing file prefix for 'a'"),
-                                      error(kEnable, "Function 'OmbrixHalFileEnableFileHistory' not supported for "
-                                                     "'//ro/a'")}));
+  EXPECT_EQ(log.lines(),
+            (std::vector{error(kRemove, "Cannot remove file: '//fake/a'"),
+                         error(kRemove, logged("Cannot rename instead remove: name too long '" + name231 + "'")),
+                         error(kRemove, "Cannot generate file history: '//fake/a' -> 'a_1970-01-01T00-00-00'"),
+                         error(kRemove, "Cannot remove file: missing file prefix for 'a'"),
+                         error(kRemove, "Cannot remove file: function not supported for '//none/a'"),
+                         error(kRemove, "Function 'OmbrixHalFileRemove' not supported for: '//ro/a'"),
+                         error(kEnable, "Cannot remove file: missing file prefix for 'a'"),
+                         error(kEnable,
+                               "Function 'OmbrixHalFileEnableFileHistory' not supported for "
+                               "'//ro/a'")}));
 }
 
 TEST_F(FileTest, RenameBuildsTheTargetInTheOldDirectory) {
@@ -198,7 +192,10 @@ TEST_F(FileTest, RenameBuildsTheTargetInTheOldDirectory) {
     std::string text;
   };
   const std::vector<Case> cases = {
-      {"//fake/dir/a.ts", "b.ts", {"Rename dir/a.ts dir/b.ts"}, "Renamed file successfully: '//fake/dir/a.ts' -> 'b.ts'"},
+      {"//fake/dir/a.ts",
+       "b.ts",
+       {"Rename dir/a.ts dir/b.ts"},
+       "Renamed file successfully: '//fake/dir/a.ts' -> 'b.ts'"},
       {"//fake/d\\a.ts", "b.ts", {"Rename d\\a.ts d\\b.ts"}, "Renamed file successfully: '//fake/d\\a.ts' -> 'b.ts'"},
       {"//fake/a.ts", "b.ts", {"Rename a.ts b.ts"}, "Renamed file successfully: '//fake/a.ts' -> 'b.ts'"},
       {"//fake/d/a", "e/b", {"Rename d/a e/b"}, "Renamed file successfully: '//fake/d/a' -> 'e/b'"},
