@@ -144,8 +144,6 @@ TEST_F(ClockDaylightTime, ManualOptionsIgnoreTheWindowWhereSetLocalTimeDoesNot) 
   EXPECT_EQ(toString(OmbrixHalClockGetUtcTime()), "2009-07-01T11:00:00") << "inside the window, the offset comes off";
   OmbrixHalClockSetLocalTime(at(2009, 12, 1, 12));
   EXPECT_EQ(toString(OmbrixHalClockGetUtcTime()), "2009-12-01T12:00:00");
-  OmbrixHalClockSetDaylightTime(at(2009, 3, 29, 2), at(2009, 10, 25, 3), 60);
-  EXPECT_EQ(localAt(at(2009, 7, 1, 12)), "2009-07-01T13:00:00 1") << "a window set selects the explicit option again";
 }
 
 TEST_F(ClockDaylightTime, AutomaticWindowRunsFromLastSundayOfMarchToLastSundayOfOctoberOfTheYearSet) {
@@ -175,19 +173,6 @@ TEST_F(ClockDaylightTime, OptionsAreLoggedByNameOptionFourChangesNothingAndTheOf
   EXPECT_EQ(daylightWindow(), "1970-03-29T02:00:00 1970-10-25T03:00:00 -90") << "the window's offset is in minutes";
 }
 
-TEST_F(ClockDaylightTime, NullOutParametersAreRefusedWithTheirNames) {
-  int32_t value = 0;
-  OmbrixHalClockGetLocalTimeOffset(nullptr);
-  OmbrixHalClockGetDaylightTime(nullptr, nullptr, &value);
-  OmbrixHalClockGetDaylightTimeOption(nullptr, &value);
-  EXPECT_EQ(
-      log.lines(),
-      (std::vector{error("OmbrixHalClockGetLocalTimeOffset", "Illegal value 'NULL' for parameter 'aMinutes'", 0x1003),
-                   error("OmbrixHalClockGetDaylightTime", "Illegal value 'NULL' for parameter 'aStart'", 0x1003),
-                   error("OmbrixHalClockGetDaylightTimeOption",
-                         "Illegal value 'NULL' for parameter 'aDaylightTimeOption'", 0x1003)}));
-}
-
 using ClockSetHandlers = ClockTest;
 
 TEST_F(ClockSetHandlers, TableHoldsTwentyAndEveryChangeButARefusedOneIsNotified) {
@@ -206,18 +191,6 @@ TEST_F(ClockSetHandlers, TableHoldsTwentyAndEveryChangeButARefusedOneIsNotified)
   ASSERT_EQ(OmbrixHalClockUnregisterSetHandler(recordEvent), 1);
   OmbrixHalClockSetLocalTimeOffset(0);
   EXPECT_EQ(events, (std::vector<Event>{{nullptr, 1}, {nullptr, 2}, {nullptr, 2}}));
-}
-
-TEST_F(ClockSetHandlers, InitForgetsHandlersAndStateAndCountsFromTheCounterStartAgain) {
-  ASSERT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, nullptr), 1);
-  OmbrixHalClockSetUtcTime(at(2009, 1, 1));
-  OmbrixHalClockSetLocalTimeOffset(60);
-  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_ON, 60);
-  restart();
-  FakeClock::setTicks(90500);
-  EXPECT_EQ(OmbrixHalClockGetLocalTime(), 90u);
-  OmbrixHalClockSetUtcTime(100);
-  EXPECT_EQ(events, (std::vector<Event>{{nullptr, 0}, {nullptr, 2}, {nullptr, 1}, {nullptr, 2}}));
 }
 
 }  // namespace

@@ -83,7 +83,6 @@ TEST_F(TunerParameterValidation, ReportsEveryBadFieldInOrderAndChecksOnlyTheType
       {record({8}), 1, {warning(kCaller, "Cannot check tuner parameter of type 'DVB-S2'")}},
       {record({10}), 1, {warning(kCaller, "Cannot check tuner parameter of type 'asi'")}},
       {record({11}), 0, {error(kCaller, "Unknown tuner parameter type '11'")}},
-      {record({0}), 0, {error(kCaller, "Unknown tuner parameter type '0'")}},
       {record({-1}), 0, {error(kCaller, "Unknown tuner parameter type '-1'")}},
   };
   for (const ValidationCase& check : cases) {
@@ -117,7 +116,6 @@ TEST_F(TunerParameterLogging, PrintsTheLinesOfEachTypeThroughTheTextTablesAtTheG
         error(kCaller, "DVB-S tune (2): LofLow=9750 LofHigh=10600 LofSwitch=11700"),
         error(kCaller, "DVB-S tune (3): ModSys=DVB-S2 Mod=8PSK Pol=V Pos=B Opt=A")}},
       {record({6, 346000, 6900, 8}), 0x3000, {info(kCaller, "DVB-C tune: Freq=346000 Symb=6900 Mod=QAM-256")}},
-      {record({8}), 0x3000, {}},
       {record({5}), 0x3000, {}},
       // Printing normally follows validation; a value outside its table still prints safely.
       {record({9, 474000, 5, 6, -1, 4, 2}),
