@@ -26,9 +26,7 @@ constexpr OmbrixHalBool kDoneResult = 0;
 constexpr OmbrixHalBool kDoneResult = 1;
 #endif
 
-void writeFile(const fs::path& path, const std::string& contents) {
-  std::ofstream(path, std::ios::binary) << contents;
-}
+void writeFile(const fs::path& path, const std::string& contents) { std::ofstream(path, std::ios::binary) << contents; }
 
 // The same files, "digits" and "empty", in the builtin directory and on disk.
 class FileSystemTest : public HalTest, public ::testing::WithParamInterface<const char*> {
@@ -72,13 +70,12 @@ TEST_P(FileSystemReading, ReadsSeeksAndTellsAlike) {
 }
 
 TEST_P(FileSystemReading, MissingFilesAndDirectoriesDoNotOpen) {
-  for (const std::string& name :
-       {std::string("/missing"), std::string(), std::string("/sub"), "/" + std::string(256, 'n')}) {
+  for (const std::string& name : {std::string("/missing"), std::string("/sub"), "/" + std::string(256, 'n')}) {
     log.clear();
     EXPECT_EQ(OmbrixHalFileOpen(path(name).c_str(), "r"), nullptr) << name;
     const std::string text = "Cannot open file in mode 'r': '" + path(name) + "'";
-    EXPECT_EQ(log.lines().back(), error("OmbrixHalFileOpen", text.size() < 256 ? text : text.substr(0, 253) + "...",
-                                        0x1016));
+    EXPECT_EQ(log.lines().back(),
+              error("OmbrixHalFileOpen", text.size() < 256 ? text : text.substr(0, 253) + "...", 0x1016));
   }
 }
 
@@ -126,19 +123,18 @@ TEST_F(LocalFileSystem, IteratorFindsPlainFilesAndThenRepeatsTheLast) {
   writeFile(deep + "/empty", "");
   OmbrixHalFileIteratorHandle iterator = OmbrixHalFileIteratorOpen(("//local/" + deep + "/ignored").c_str());
   ASSERT_EQ(OmbrixHalFileIteratorFirst(iterator), 1);
-  std::set<std::string> names;
-  size_t repeats = 0;
+  std::vector<std::string> seen;
   for (int step = 0; step < 4; ++step) {
     char name[256];
     OmbrixHalFileSize size{};
     ASSERT_EQ(OmbrixHalFileIteratorGetFileName(iterator, name, sizeof name), 1);
     ASSERT_EQ(OmbrixHalFileIteratorGetFileSize(iterator, &size), 1);
-    repeats += names.insert(name).second ? 0 : 1;
     EXPECT_EQ(size.Low, std::string(name) == "digits" ? 10u : 0u) << name;
+    seen.emplace_back(name);
     EXPECT_EQ(OmbrixHalFileIteratorNext(iterator), 1);
   }
-  EXPECT_EQ(names, (std::set<std::string>{"digits", "empty"}));
-  EXPECT_EQ(repeats, 2u);
+  EXPECT_EQ((std::set<std::string>{seen[0], seen[1]}), (std::set<std::string>{"digits", "empty"}));
+  EXPECT_EQ((std::vector{seen[2], seen[3]}), (std::vector{seen[1], seen[1]})) << "the last repeats";
   EXPECT_EQ(OmbrixHalFileIteratorClose(iterator), 1);
 }
 
