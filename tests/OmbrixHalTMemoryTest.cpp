@@ -173,5 +173,25 @@ TEST_F(MemoryPlatformGaps, MissingSlotsWarnWithTheClassTextAfterTheArgumentCheck
   }
 }
 
+using MemoryThreads = HalTest;
+
+// On the platform's own allocator, so that the sanitizers watch every block and the list's lock.
+TEST_F(MemoryThreads, ConcurrentAllocationsKeepTheListAndTotalsConsistent) {
+  runOnThreads(4, [](int) {
+    for (uint32_t round = 0; round < 500; ++round) {
+      void* older = OmbrixHalMemoryAllocate_(1 + round % 64, "worker.c", round);
+      void* newer = OmbrixHalMemoryAllocate_(8, "worker.c", round);
+      OmbrixHalMemoryFree(older);  // unlinks an inner block while other threads append
+      OmbrixHalMemoryFree(newer);
+    }
+  });
+  OmbrixHalMemoryPrintStatistics();  // a failed allocation would have logged its NULL free first
+  const std::vector<LogLine> lines = log.lines();
+  ASSERT_EQ(lines.size(), 4u) << ::testing::PrintToString(lines);
+  EXPECT_EQ(std::vector(lines.begin() + 1, lines.end()),
+            report({"Currently allocated Memory: 0", "Allocated Blocks: 0",
+                    "Additional estimated overhead, because of checks: 0"}));
+}
+
 }  // namespace
 }  // namespace ombrixhal::test
