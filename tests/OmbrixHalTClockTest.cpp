@@ -193,5 +193,31 @@ TEST_F(ClockSetHandlers, TableHoldsTwentyAndEveryChangeButARefusedOneIsNotified)
   EXPECT_EQ(events, (std::vector<Event>{{nullptr, 1}, {nullptr, 2}, {nullptr, 2}}));
 }
 
+TEST_F(ClockSetHandlers, InitForgetsHandlersAndStateAndCountsFromTheCounterStartAgain) {
+  ASSERT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, nullptr), 1);
+  OmbrixHalClockSetUtcTime(at(2009, 1, 1));
+  OmbrixHalClockSetLocalTimeOffset(60);
+  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_ON, 60);
+  events.clear();
+  restart();
+  FakeClock::setTicks(90500);
+  EXPECT_EQ(OmbrixHalClockGetLocalTime(), 90u);
+  OmbrixHalClockSetUtcTime(100);
+  EXPECT_TRUE(events.empty());
+}
+
+TEST_F(ClockSetHandlers, NullOutParametersAreRefusedWithTheirNames) {
+  int32_t value = 0;
+  OmbrixHalClockGetLocalTimeOffset(nullptr);
+  OmbrixHalClockGetDaylightTime(nullptr, nullptr, &value);
+  OmbrixHalClockGetDaylightTimeOption(nullptr, &value);
+  EXPECT_EQ(
+      log.lines(),
+      (std::vector{error("OmbrixHalClockGetLocalTimeOffset", "Illegal value 'NULL' for parameter 'aMinutes'", 0x1003),
+                   error("OmbrixHalClockGetDaylightTime", "Illegal value 'NULL' for parameter 'aStart'", 0x1003),
+                   error("OmbrixHalClockGetDaylightTimeOption",
+                         "Illegal value 'NULL' for parameter 'aDaylightTimeOption'", 0x1003)}));
+}
+
 }  // namespace
 }  // namespace ombrixhal::test
