@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "OmbrixHalClock.h"
+#include "Platform/OmbrixHalTPlatformTable.h"
 
 namespace {
 
@@ -28,9 +29,5 @@ constexpr OmbrixHalClockPlatformInterface kClockPlatform = {
 }  // namespace
 
 OmbrixHalBool OmbrixHalClockPlatformGetInterface(OmbrixHalClockPlatformInterface* aInterface) noexcept {
-  if (aInterface == nullptr) {
-    return 0;
-  }
-  *aInterface = kClockPlatform;
-  return 1;
+  return ombrixhal::platform::copyPlatformTable(aInterface, kClockPlatform);
 }

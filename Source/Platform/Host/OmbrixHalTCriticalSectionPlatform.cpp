@@ -7,6 +7,7 @@
 #include <new>
 
 #include "OmbrixHalCriticalSection.h"
+#include "Platform/OmbrixHalTPlatformTable.h"
 
 struct OmbrixHalCriticalSectionObject {
   std::mutex mutex;
@@ -89,9 +90,5 @@ constexpr OmbrixHalCriticalSectionPlatformInterface kCriticalSectionPlatform = {
 
 OmbrixHalBool OmbrixHalCriticalSectionPlatformGetInterface(
     OmbrixHalCriticalSectionPlatformInterface* aInterface) noexcept {
-  if (aInterface == nullptr) {
-    return 0;
-  }
-  *aInterface = kCriticalSectionPlatform;
-  return 1;
+  return ombrixhal::platform::copyPlatformTable(aInterface, kCriticalSectionPlatform);
 }

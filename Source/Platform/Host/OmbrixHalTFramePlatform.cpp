@@ -1,6 +1,7 @@
 // Host frame table: the same slots and answers as the device.
 #include "OmbrixHalFrame.h"
 #include "OmbrixHalKeyEvent.h"
+#include "Platform/OmbrixHalTPlatformTable.h"
 
 namespace {
 
@@ -30,9 +31,5 @@ constexpr OmbrixHalPlatformInterface kFramePlatform = {
 }  // namespace
 
 OmbrixHalBool OmbrixHalPlatformGetInterface(OmbrixHalPlatformInterface* aInterface) noexcept {
-  if (aInterface == nullptr) {
-    return 0;
-  }
-  *aInterface = kFramePlatform;
-  return 1;
+  return ombrixhal::platform::copyPlatformTable(aInterface, kFramePlatform);
 }

@@ -1,5 +1,6 @@
 // Host key-event table: no window to map keys for, so no slot is filled, as on the device.
 #include "OmbrixHalKeyEvent.h"
+#include "Platform/OmbrixHalTPlatformTable.h"
 
 namespace {
 
@@ -11,9 +12,5 @@ constexpr OmbrixHalKeyEventPlatformInterface kKeyEventPlatform = {
 }  // namespace
 
 OmbrixHalBool OmbrixHalKeyEventPlatformGetInterface(OmbrixHalKeyEventPlatformInterface* aInterface) noexcept {
-  if (aInterface == nullptr) {
-    return 0;
-  }
-  *aInterface = kKeyEventPlatform;
-  return 1;
+  return ombrixhal::platform::copyPlatformTable(aInterface, kKeyEventPlatform);
 }

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "OmbrixHalThread.h"
+#include "Platform/OmbrixHalTPlatformTable.h"
 
 namespace {
 
@@ -50,9 +51,5 @@ constexpr OmbrixHalThreadPlatformInterface kThreadPlatform = {
 }  // namespace
 
 OmbrixHalBool OmbrixHalThreadPlatformGetInterface(OmbrixHalThreadPlatformInterface* aInterface) noexcept {
-  if (aInterface == nullptr) {
-    return 0;
-  }
-  *aInterface = kThreadPlatform;
-  return 1;
+  return ombrixhal::platform::copyPlatformTable(aInterface, kThreadPlatform);
 }

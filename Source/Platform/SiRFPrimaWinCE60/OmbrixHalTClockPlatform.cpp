@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include "OmbrixHalClock.h"
+#include "Platform/OmbrixHalTPlatformTable.h"
 
 namespace {
 
@@ -26,9 +27,5 @@ constexpr OmbrixHalClockPlatformInterface kClockPlatform = {
 }  // namespace
 
 OmbrixHalBool OmbrixHalClockPlatformGetInterface(OmbrixHalClockPlatformInterface* aInterface) noexcept {
-  if (aInterface == nullptr) {
-    return 0;
-  }
-  *aInterface = kClockPlatform;
-  return 1;
+  return ombrixhal::platform::copyPlatformTable(aInterface, kClockPlatform);
 }

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "OmbrixHalConsole.h"
+#include "Platform/OmbrixHalTPlatformTable.h"
 
 namespace {
 
@@ -18,9 +19,5 @@ constexpr OmbrixHalConsolePlatformInterface kConsolePlatform = {
 }  // namespace
 
 OmbrixHalBool OmbrixHalConsolePlatformGetInterface(OmbrixHalConsolePlatformInterface* aInterface) noexcept {
-  if (aInterface == nullptr) {
-    return 0;
-  }
-  *aInterface = kConsolePlatform;
-  return 1;
+  return ombrixhal::platform::copyPlatformTable(aInterface, kConsolePlatform);
 }

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "OmbrixHalCriticalSection.h"
+#include "Platform/OmbrixHalTPlatformTable.h"
 
 namespace {
 
@@ -44,9 +45,5 @@ constexpr OmbrixHalCriticalSectionPlatformInterface kCriticalSectionPlatform = {
 
 OmbrixHalBool OmbrixHalCriticalSectionPlatformGetInterface(
     OmbrixHalCriticalSectionPlatformInterface* aInterface) noexcept {
-  if (aInterface == nullptr) {
-    return 0;
-  }
-  *aInterface = kCriticalSectionPlatform;
-  return 1;
+  return ombrixhal::platform::copyPlatformTable(aInterface, kCriticalSectionPlatform);
 }

@@ -1,5 +1,6 @@
 // Device key-event table: the key mapping needs no start-up, so no slot is filled.
 #include "OmbrixHalKeyEvent.h"
+#include "Platform/OmbrixHalTPlatformTable.h"
 
 namespace {
 
@@ -11,9 +12,5 @@ constexpr OmbrixHalKeyEventPlatformInterface kKeyEventPlatform = {
 }  // namespace
 
 OmbrixHalBool OmbrixHalKeyEventPlatformGetInterface(OmbrixHalKeyEventPlatformInterface* aInterface) noexcept {
-  if (aInterface == nullptr) {
-    return 0;
-  }
-  *aInterface = kKeyEventPlatform;
-  return 1;
+  return ombrixhal::platform::copyPlatformTable(aInterface, kKeyEventPlatform);
 }

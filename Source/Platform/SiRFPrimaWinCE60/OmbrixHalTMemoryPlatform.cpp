@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "OmbrixHalMemory.h"
+#include "Platform/OmbrixHalTPlatformTable.h"
 
 namespace {
 
@@ -23,9 +24,5 @@ constexpr OmbrixHalMemoryPlatformInterface kMemoryPlatform = {
 }  // namespace
 
 OmbrixHalBool OmbrixHalMemoryPlatformGetInterface(OmbrixHalMemoryPlatformInterface* aInterface) noexcept {
-  if (aInterface == nullptr) {
-    return 0;
-  }
-  *aInterface = kMemoryPlatform;
-  return 1;
+  return ombrixhal::platform::copyPlatformTable(aInterface, kMemoryPlatform);
 }

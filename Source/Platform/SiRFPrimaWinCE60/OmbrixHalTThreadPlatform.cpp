@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "OmbrixHalThread.h"
+#include "Platform/OmbrixHalTPlatformTable.h"
 
 namespace {
 
@@ -40,9 +41,5 @@ constexpr OmbrixHalThreadPlatformInterface kThreadPlatform = {
 }  // namespace
 
 OmbrixHalBool OmbrixHalThreadPlatformGetInterface(OmbrixHalThreadPlatformInterface* aInterface) noexcept {
-  if (aInterface == nullptr) {
-    return 0;
-  }
-  *aInterface = kThreadPlatform;
-  return 1;
+  return ombrixhal::platform::copyPlatformTable(aInterface, kThreadPlatform);
 }
