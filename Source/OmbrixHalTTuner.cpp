@@ -7,6 +7,7 @@
 #include "OmbrixHalTTunerParameter.h"
 #include "OmbrixHalTimer.h"
 #include "OmbrixHalTuner.h"
+#include "OmbrixHalTunerFileDigital.h"
 
 namespace ombrixhal::seam {
 TunerFactoryFunction tunerFactoryCreateTuner = OmbrixHalTunerFactoryCreateTuner;
@@ -69,7 +70,7 @@ struct KindCreation {
   CreateFunction create;
 };
 constexpr KindCreation kKindCreations[] = {
-    {OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE, nullptr},
+    {OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE, OmbrixHalTunerFileDigitalCreate},
     {OMBRIX_HAL_TUNER_TYPE_ANALOG_FILE, nullptr},
 };
 

@@ -7,6 +7,7 @@
 #include "OmbrixHalCriticalSection.h"
 #include "OmbrixHalDateTime.h"
 #include "OmbrixHalFile.h"
+#include "OmbrixHalFilter.h"
 #include "OmbrixHalFrame.h"
 #include "OmbrixHalKeyEvent.h"
 #include "OmbrixHalLogger.h"
@@ -14,6 +15,7 @@
 #include "OmbrixHalThread.h"
 #include "OmbrixHalTimer.h"
 #include "OmbrixHalTuner.h"
+#include "OmbrixHalTunerFileDigital.h"
 #include "OmbrixHalTypes.h"
 #include "OmbrixHalVersion.h"
 

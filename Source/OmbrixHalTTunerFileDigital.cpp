@@ -1,0 +1,490 @@
+// The file digital tuner: a transport stream read from a file in 256-packet chunks and handed,
+// packet by packet, to up to 64 packet handlers, pulled through Receive or paced by a thread.
+#include <algorithm>
+#include <atomic>
+#include <bit>
+#include <new>
+
+#include "OmbrixHalCriticalSection.h"
+#include "OmbrixHalFile.h"
+#include "OmbrixHalFilter.h"
+#include "OmbrixHalLogger.h"
+#include "OmbrixHalMemory.h"
+#include "OmbrixHalTModule.h"
+#include "OmbrixHalTTunerHead.h"
+#include "OmbrixHalThread.h"
+#include "OmbrixHalTunerFileDigital.h"
+
+namespace {
+
+constexpr uint32_t kLogIllegalNull = 0x1003;  // "Illegal value 'NULL' for parameter '%s'"
+
+constexpr const char* kDestroyName = "OmbrixHalTunerFileDigitalDestroy";
+constexpr const char* kSetParameterName = "OmbrixHalTunerFileDigitalSetParameter";
+constexpr const char* kGetParameterName = "OmbrixHalTunerFileDigitalGetParameter";
+constexpr const char* kGetTypeName = "OmbrixHalTunerFileDigitalGetType";
+constexpr const char* kGetStatusName = "OmbrixHalTunerFileDigitalGetStatus";
+constexpr const char* kReceiveName = "OmbrixHalTunerFileDigitalReceive";
+constexpr const char* kRegisterName = "OmbrixHalTunerFileDigitalRegisterPacketHandler";
+constexpr const char* kUnregisterName = "OmbrixHalTunerFileDigitalUnregisterPacketHandler";
+constexpr const char* kGetSignalStrengthName = "OmbrixHalTunerFileDigitalGetSignalStrength";
+constexpr const char* kGetSignalQualityName = "OmbrixHalTunerFileDigitalGetSignalQuality";
+constexpr const char* kThisName = "This";
+constexpr const char* kTunerParameterName = "aTunerParameter";
+constexpr const char* kFileMode = "rb";
+
+constexpr uint32_t kPacketSize = 188;
+constexpr uint8_t kSyncByte = 0x47;
+constexpr uint32_t kChunkSize = OMBRIX_HAL_TUNER_FILE_DIGITAL_CHUNK_SIZE;
+constexpr uint32_t kHandlerCount = OMBRIX_HAL_TUNER_FILE_DIGITAL_HANDLER_COUNT;
+constexpr uint32_t kPacingThreadPriority = 15;
+constexpr uint32_t kPacingThreadStackSize = 0;  // the platform's default
+constexpr uint32_t kCycleMs = 10;               // one cycle of the fast pace
+constexpr uint32_t kFinishPollMs = 100;
+constexpr int32_t kSeekStart = 0;
+constexpr int32_t kSeekCurrent = 1;
+
+static_assert(kChunkSize == 256 * kPacketSize);
+static_assert(kHandlerCount == 64, "the occupied mask has one bit per handler entry");
+
+struct HandlerEntry {
+  OmbrixHalTunerPacketHandler handler;
+  void* context;  // NULL: the entry is free
+};
+
+struct FileDigitalTuner {
+  OmbrixHalTunerHead head;
+  uint16_t RepetitionsDone;  // ends of the file reached in the current play
+  OmbrixHalFileHandle File;
+  HandlerEntry Handlers[kHandlerCount];
+  uint32_t MicrosecondsPerPacket;
+  uint32_t MillisecondsPerPacket;  // 0 when faster than 1000 packets per second
+  OmbrixHalCriticalSectionHandle StateLock;  // the file, the cursor, the handlers, the status
+  OmbrixHalCriticalSectionHandle PaceGate;   // held while no paced play is active
+  uint32_t Paced;
+  ombrixhal::Relaxed<uint32_t> Running;
+  std::atomic<uint32_t> ThreadFinished;  // released last by the thread: Destroy frees after it
+  OmbrixHalThreadHandle Thread;
+  uint8_t* Buffer;
+  uint32_t BytesLeft;
+  const uint8_t* Cursor;
+  // Bit i is set while Handlers[i] is taken, so delivery visits only the taken entries, in
+  // table order.
+  uint64_t Occupied;
+  // Whether the application side holds PaceGate. Entered and left in matching pairs only:
+  // leaving a free gate would fail, and a paced play restarted would release it twice.
+  bool GateHeld;
+  // The thread delivering now, or 0. A handler runs with StateLock held; its own calls to
+  // register, unregister or status on this tuner must not wait for that lock again.
+  ombrixhal::Relaxed<uint32_t> DeliveringThread;
+};
+
+FileDigitalTuner* asFileDigitalTuner(OmbrixHalTunerHandle aThis) noexcept {
+  return ombrixhal::tunerKindOf<FileDigitalTuner>(aThis);
+}
+
+// The exports are also the kind's operation slots; called directly, they check their handle.
+FileDigitalTuner* tunerOf(OmbrixHalTunerHandle aThis, const char* functionName) noexcept {
+  if (aThis == nullptr) {
+    OmbrixHalLoggerPrint(functionName, kLogIllegalNull, kThisName);
+    return nullptr;
+  }
+  return asFileDigitalTuner(aThis);
+}
+
+uint32_t currentThread() noexcept {
+  return OmbrixHalThreadGetId();
+}
+
+bool isDelivering(const FileDigitalTuner& tuner) noexcept {
+  const uint32_t delivering = tuner.DeliveringThread;
+  return delivering != 0 && delivering == currentThread();
+}
+
+// StateLock for a call that a handler may make during delivery: the delivering thread holds
+// the lock already.
+class StateGuard {
+ public:
+  explicit StateGuard(FileDigitalTuner& tuner) noexcept
+      : lock_(isDelivering(tuner) ? nullptr : tuner.StateLock) {
+    if (lock_ != nullptr) {
+      OmbrixHalCriticalSectionEnter(lock_);
+    }
+  }
+  ~StateGuard() {
+    if (lock_ != nullptr) {
+      OmbrixHalCriticalSectionLeave(lock_);
+    }
+  }
+  StateGuard(const StateGuard&) = delete;
+  StateGuard& operator=(const StateGuard&) = delete;
+
+ private:
+  OmbrixHalCriticalSectionHandle lock_;
+};
+
+void holdPaceGate(FileDigitalTuner& tuner) noexcept {
+  if (!tuner.GateHeld) {
+    OmbrixHalCriticalSectionEnter(tuner.PaceGate);
+    tuner.GateHeld = true;
+  }
+}
+
+void releasePaceGate(FileDigitalTuner& tuner) noexcept {
+  if (tuner.GateHeld) {
+    tuner.GateHeld = false;
+    OmbrixHalCriticalSectionLeave(tuner.PaceGate);
+  }
+}
+
+// Under StateLock.
+OmbrixHalTunerStatus statusOf(const FileDigitalTuner& tuner) noexcept {
+  if (tuner.File == nullptr) {
+    return OMBRIX_HAL_TUNER_STATUS_NOT_LOCKED;
+  }
+  const uint16_t repetitions = tuner.head.Parameter.DigitalFile.Repetitions;
+  if (repetitions != 0 && tuner.RepetitionsDone >= repetitions) {
+    return OMBRIX_HAL_TUNER_STATUS_NOT_LOCKED;
+  }
+  return OMBRIX_HAL_TUNER_STATUS_LOCKED;
+}
+
+// Finds the first offset below 188 that holds a sync byte with another 188 bytes on, and
+// positions the file there. Kept: a rejected candidate seeks back to the index rather than
+// past it, so every later index examines the byte before it, and a sync found after a false
+// candidate is reported, and played from, one byte late.
+bool synchronise(FileDigitalTuner& tuner) noexcept {
+  tuner.BytesLeft = 0;
+  tuner.Cursor = nullptr;
+  OmbrixHalFileSeek(tuner.File, 0, kSeekStart);
+  int32_t offset = 0;
+  for (; offset < static_cast<int32_t>(kPacketSize); ++offset) {
+    uint8_t byte = 0;
+    if (OmbrixHalFileRead(tuner.File, &byte, 1) != 1 || byte != kSyncByte) {
+      continue;
+    }
+    OmbrixHalFileSeek(tuner.File, kPacketSize - 1, kSeekCurrent);
+    byte = 0;
+    if (OmbrixHalFileRead(tuner.File, &byte, 1) == 1 && byte == kSyncByte) {
+      break;
+    }
+    OmbrixHalFileSeek(tuner.File, offset, kSeekStart);
+  }
+  if (offset == static_cast<int32_t>(kPacketSize)) {
+    return false;
+  }
+  OmbrixHalFileSeek(tuner.File, offset, kSeekStart);
+  // Free entries too: the reset ignores NULL and anything that is not a live filter.
+  for (const HandlerEntry& entry : tuner.Handlers) {
+    OmbrixHalFilterReset(static_cast<OmbrixHalFilterHandle>(entry.context));
+  }
+  return true;
+}
+
+bool readChunk(FileDigitalTuner& tuner) noexcept {
+  tuner.BytesLeft = OmbrixHalFileRead(tuner.File, tuner.Buffer, kChunkSize);
+  tuner.Cursor = tuner.Buffer;
+  return tuner.BytesLeft >= kPacketSize;
+}
+
+void dispatch(FileDigitalTuner& tuner, const uint8_t* packet) noexcept {
+  // A handler may unregister itself or another handler: the mask is read again after each
+  // call, so no handler is called after its removal.
+  uint64_t pending = tuner.Occupied;
+  while (pending != 0) {
+    const int index = std::countr_zero(pending);
+    const HandlerEntry entry = tuner.Handlers[index];
+    entry.handler(nullptr, packet, kPacketSize, entry.context);
+    pending = tuner.Occupied & ((~uint64_t{0} << index) << 1);
+  }
+}
+
+// Under StateLock. 0 when the play has ended or the file gives no more packets.
+OmbrixHalBool deliver(FileDigitalTuner& tuner, uint32_t count) noexcept {
+  tuner.DeliveringThread = currentThread();
+  OmbrixHalBool delivered = 1;
+  for (uint32_t n = 0; n < count; ++n) {
+    if (tuner.BytesLeft < kPacketSize && !readChunk(tuner)) {
+      const uint16_t repetitions = tuner.head.Parameter.DigitalFile.Repetitions;
+      if (repetitions != 0) {
+        if (tuner.RepetitionsDone < repetitions) {
+          ++tuner.RepetitionsDone;
+        }
+        if (tuner.RepetitionsDone == repetitions) {
+          delivered = 0;
+          break;
+        }
+      }
+      if (!synchronise(tuner) || !readChunk(tuner)) {
+        delivered = 0;
+        break;
+      }
+    }
+    // The bytes that do not fill a packet at the end of a chunk are dropped with it.
+    const uint8_t* packet = tuner.Cursor;
+    tuner.Cursor += kPacketSize;
+    tuner.BytesLeft -= kPacketSize;
+    dispatch(tuner, packet);
+  }
+  tuner.DeliveringThread = 0;
+  return delivered;
+}
+
+uint32_t pace(void* aParameter) {
+  FileDigitalTuner& tuner = *static_cast<FileDigitalTuner*>(aParameter);
+  while (tuner.Running) {
+    uint32_t sleepMs = 0;
+    OmbrixHalCriticalSectionEnter(tuner.PaceGate);
+    if (tuner.Running) {
+      OmbrixHalCriticalSectionEnter(tuner.StateLock);
+      if (tuner.MillisecondsPerPacket != 0) {
+        deliver(tuner, 1);
+        sleepMs = tuner.MillisecondsPerPacket;
+      } else {
+        // 0 comes only from a rate whose product wrapped: play as fast as the pace allows.
+        deliver(tuner, 10000 / std::max(tuner.MicrosecondsPerPacket, uint32_t{1}));
+        sleepMs = kCycleMs;
+      }
+      OmbrixHalCriticalSectionLeave(tuner.StateLock);
+    }
+    OmbrixHalCriticalSectionLeave(tuner.PaceGate);
+    // Slept with no lock held, so that register, status and a new set-parameter get their
+    // turn between two cycles.
+    if (sleepMs != 0) {
+      OmbrixHalThreadSleep(sleepMs);
+    }
+  }
+  tuner.ThreadFinished.store(1, std::memory_order_release);
+  return 0;
+}
+
+// The packets-per-second arithmetic in 32 bits, the product wrapping as it does on the device.
+void setPace(FileDigitalTuner& tuner, uint32_t symbolRate) noexcept {
+  const uint32_t packetsPerSecond = (symbolRate * 1000u) / kPacketSize;
+  if (packetsPerSecond == 0) {
+    tuner.MicrosecondsPerPacket = 0;
+    tuner.MillisecondsPerPacket = 0;
+    return;
+  }
+  tuner.MicrosecondsPerPacket = std::max(1000000u / packetsPerSecond, 1u);
+  tuner.MillisecondsPerPacket = 1000u / packetsPerSecond;
+}
+
+// Strength and quality alike: a file plays perfectly while it plays.
+uint32_t signalOf(OmbrixHalTunerHandle aThis, const char* functionName) noexcept {
+  FileDigitalTuner* tuner = tunerOf(aThis, functionName);
+  if (tuner == nullptr) {
+    return 0;
+  }
+  StateGuard guard(*tuner);
+  return statusOf(*tuner) == OMBRIX_HAL_TUNER_STATUS_LOCKED ? 100 : 0;
+}
+
+void freeTuner(FileDigitalTuner* tuner) noexcept {
+  OmbrixHalMemoryFree(tuner->Buffer);
+  tuner->~FileDigitalTuner();
+  OmbrixHalMemoryFree(tuner);
+}
+
+constexpr OmbrixHalTunerOperations kFileDigitalOperations = {
+    .Destroy = OmbrixHalTunerFileDigitalDestroy,
+    .SetParameter = OmbrixHalTunerFileDigitalSetParameter,
+    .GetParameter = OmbrixHalTunerFileDigitalGetParameter,
+    .GetType = OmbrixHalTunerFileDigitalGetType,
+    .GetStatus = OmbrixHalTunerFileDigitalGetStatus,
+    .Receive = OmbrixHalTunerFileDigitalReceive,
+    .RegisterPacketHandler = OmbrixHalTunerFileDigitalRegisterPacketHandler,
+    .UnregisterPacketHandler = OmbrixHalTunerFileDigitalUnregisterPacketHandler,
+    .GetSignalStrength = OmbrixHalTunerFileDigitalGetSignalStrength,
+    .GetSignalQuality = OmbrixHalTunerFileDigitalGetSignalQuality,
+    .SetAccessCode = nullptr,
+    .GetVersionNumber = nullptr,
+};
+
+}  // namespace
+
+OmbrixHalTunerHandle OmbrixHalTunerFileDigitalCreate(void) noexcept {
+  void* memory = OmbrixHalMemoryAllocate(sizeof(FileDigitalTuner));
+  if (memory == nullptr) {
+    return nullptr;
+  }
+  auto* tuner = new (memory) FileDigitalTuner{};
+  tuner->Buffer = static_cast<uint8_t*>(OmbrixHalMemoryAllocate(kChunkSize));
+  if (tuner->Buffer == nullptr) {
+    freeTuner(tuner);
+    return nullptr;
+  }
+  ombrixhal::initTunerHead(tuner->head, kFileDigitalOperations, OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE);
+  tuner->StateLock = OmbrixHalCriticalSectionCreate();
+  tuner->PaceGate = OmbrixHalCriticalSectionCreate();
+  if (tuner->StateLock == nullptr || tuner->PaceGate == nullptr) {
+    OmbrixHalCriticalSectionDestroy(tuner->StateLock);
+    OmbrixHalCriticalSectionDestroy(tuner->PaceGate);
+    freeTuner(tuner);
+    return nullptr;
+  }
+  holdPaceGate(*tuner);
+  // Set before the thread exists, so that it cannot find the flag still clear.
+  tuner->Running = 1;
+  tuner->Thread = OmbrixHalThreadCreate(pace, tuner, kPacingThreadPriority, 0, kPacingThreadStackSize);
+  if (tuner->Thread == nullptr) {
+    tuner->Running = 0;
+    tuner->ThreadFinished.store(1, std::memory_order_relaxed);
+  }
+  return &tuner->head;
+}
+
+OmbrixHalBool OmbrixHalTunerFileDigitalDestroy(OmbrixHalTunerHandle This) noexcept {
+  FileDigitalTuner* tuner = tunerOf(This, kDestroyName);
+  if (tuner == nullptr) {
+    return 0;
+  }
+  tuner->Running = 0;
+  releasePaceGate(*tuner);
+  while (!tuner->ThreadFinished.load(std::memory_order_acquire)) {
+    OmbrixHalThreadSleep(kFinishPollMs);
+  }
+  if (tuner->Thread != nullptr) {
+    // Kept: this platform cannot destroy a thread, which warns; the thread has ended anyway.
+    OmbrixHalThreadDestroy(tuner->Thread);
+    tuner->Thread = nullptr;
+  }
+  if (tuner->File != nullptr) {
+    OmbrixHalFileClose(tuner->File);
+    tuner->File = nullptr;
+  }
+  ombrixhal::closeTunerHead(tuner->head);
+  const bool stateLockDestroyed = OmbrixHalCriticalSectionDestroy(tuner->StateLock) != 0;
+  const bool paceGateDestroyed = OmbrixHalCriticalSectionDestroy(tuner->PaceGate) != 0;
+  if (!stateLockDestroyed || !paceGateDestroyed) {
+    return 0;
+  }
+  freeTuner(tuner);
+  return 1;
+}
+
+OmbrixHalBool OmbrixHalTunerFileDigitalSetParameter(OmbrixHalTunerHandle This,
+                                                    const OmbrixHalTunerParameter* aTunerParameter) noexcept {
+  FileDigitalTuner* tuner = tunerOf(This, kSetParameterName);
+  if (tuner == nullptr) {
+    return 0;
+  }
+  if (aTunerParameter == nullptr) {
+    OmbrixHalLoggerPrint(kSetParameterName, kLogIllegalNull, kTunerParameterName);
+    return 0;
+  }
+  // The thread is held for the whole change: it finishes its cycle on the old play first.
+  holdPaceGate(*tuner);
+  OmbrixHalCriticalSectionEnter(tuner->StateLock);
+  tuner->RepetitionsDone = 0;
+  tuner->Paced = 0;
+  if (tuner->File != nullptr) {
+    OmbrixHalFileClose(tuner->File);
+    tuner->File = nullptr;
+  }
+  tuner->BytesLeft = 0;
+  tuner->head.Parameter = *aTunerParameter;
+  const OmbrixHalTunerParameterDigitalFile& record = tuner->head.Parameter.DigitalFile;
+  if (record.SymbolRate != 0) {
+    tuner->Paced = 1;
+    setPace(*tuner, record.SymbolRate);
+  }
+  tuner->File = OmbrixHalFileOpen(record.Name, kFileMode);
+  // Kept: a file without sync stays open.
+  const bool playing = tuner->File != nullptr && synchronise(*tuner);
+  const bool paced = playing && tuner->Paced;
+  OmbrixHalCriticalSectionLeave(tuner->StateLock);
+  if (paced) {
+    releasePaceGate(*tuner);
+  }
+  return playing ? 1 : 0;
+}
+
+OmbrixHalBool OmbrixHalTunerFileDigitalGetParameter(OmbrixHalTunerHandle This, OmbrixHalTunerParameter* aTunerParameter,
+                                                    void* aReserved) noexcept {
+  static_cast<void>(aReserved);
+  FileDigitalTuner* tuner = tunerOf(This, kGetParameterName);
+  if (tuner == nullptr) {
+    return 0;
+  }
+  if (aTunerParameter == nullptr) {
+    OmbrixHalLoggerPrint(kGetParameterName, kLogIllegalNull, kTunerParameterName);
+    return 0;
+  }
+  StateGuard guard(*tuner);
+  *aTunerParameter = tuner->head.Parameter;
+  return 1;
+}
+
+OmbrixHalTunerType OmbrixHalTunerFileDigitalGetType(OmbrixHalTunerHandle This) noexcept {
+  const FileDigitalTuner* tuner = tunerOf(This, kGetTypeName);
+  return tuner != nullptr ? tuner->head.ParameterType : OMBRIX_HAL_TUNER_TYPE_UNKNOWN;
+}
+
+OmbrixHalTunerStatus OmbrixHalTunerFileDigitalGetStatus(OmbrixHalTunerHandle This) noexcept {
+  FileDigitalTuner* tuner = tunerOf(This, kGetStatusName);
+  if (tuner == nullptr) {
+    return OMBRIX_HAL_TUNER_STATUS_UNKNOWN;
+  }
+  StateGuard guard(*tuner);
+  return statusOf(*tuner);
+}
+
+OmbrixHalBool OmbrixHalTunerFileDigitalReceive(OmbrixHalTunerHandle This) noexcept {
+  FileDigitalTuner* tuner = tunerOf(This, kReceiveName);
+  // A handler pulling from its own tuner would overwrite the packet it is being given.
+  if (tuner == nullptr || isDelivering(*tuner)) {
+    return 0;
+  }
+  OmbrixHalCriticalSectionEnter(tuner->StateLock);
+  const OmbrixHalBool delivered =
+      !tuner->Paced && statusOf(*tuner) == OMBRIX_HAL_TUNER_STATUS_LOCKED ? deliver(*tuner, 1) : 0;
+  OmbrixHalCriticalSectionLeave(tuner->StateLock);
+  return delivered;
+}
+
+OmbrixHalBool OmbrixHalTunerFileDigitalRegisterPacketHandler(OmbrixHalTunerHandle This,
+                                                             OmbrixHalTunerPacketHandler aHandler,
+                                                             void* aContext) noexcept {
+  FileDigitalTuner* tuner = tunerOf(This, kRegisterName);
+  // A NULL context would mark the entry free again.
+  if (tuner == nullptr || aHandler == nullptr || aContext == nullptr) {
+    return 0;
+  }
+  StateGuard guard(*tuner);
+  const uint64_t free = ~tuner->Occupied;
+  if (free == 0) {
+    return 0;
+  }
+  const int index = std::countr_zero(free);
+  tuner->Handlers[index] = {aHandler, aContext};
+  tuner->Occupied |= uint64_t{1} << index;
+  return 1;
+}
+
+OmbrixHalBool OmbrixHalTunerFileDigitalUnregisterPacketHandler(OmbrixHalTunerHandle This, void* aContext,
+                                                               void* aReserved) noexcept {
+  static_cast<void>(aReserved);
+  FileDigitalTuner* tuner = tunerOf(This, kUnregisterName);
+  if (tuner == nullptr || aContext == nullptr) {
+    return 0;
+  }
+  StateGuard guard(*tuner);
+  for (uint64_t pending = tuner->Occupied; pending != 0; pending &= pending - 1) {
+    const int index = std::countr_zero(pending);
+    if (tuner->Handlers[index].context == aContext) {
+      tuner->Handlers[index] = {};
+      tuner->Occupied &= ~(uint64_t{1} << index);
+      return 1;
+    }
+  }
+  return 0;
+}
+
+uint32_t OmbrixHalTunerFileDigitalGetSignalStrength(OmbrixHalTunerHandle This) noexcept {
+  return signalOf(This, kGetSignalStrengthName);
+}
+
+uint32_t OmbrixHalTunerFileDigitalGetSignalQuality(OmbrixHalTunerHandle This) noexcept {
+  return signalOf(This, kGetSignalQualityName);
+}
