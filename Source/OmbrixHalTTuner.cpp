@@ -278,11 +278,17 @@ OmbrixHalBool OmbrixHalTunerReceive(OmbrixHalTunerHandle aThis, uint32_t aCount)
   if (!isGiven(aThis, kReceiveName, kThisName) || !isSupported(aThis->Operations.Receive, kReceiveName)) {
     return 0;
   }
-  for (uint32_t received = 0; received < aCount; ++received) {
-    if (!aThis->Operations.Receive(aThis)) {
-      OmbrixHalLoggerPrint(kReceiveName, kLogNoMorePackets);
-      return 0;
+  bool allCame = true;
+  if (aThis->ReceivePackets != nullptr) {
+    allCame = aCount == 0 || aThis->ReceivePackets(aThis, aCount) == aCount;
+  } else {
+    for (uint32_t received = 0; allCame && received < aCount; ++received) {
+      allCame = aThis->Operations.Receive(aThis) != 0;
     }
+  }
+  if (!allCame) {
+    OmbrixHalLoggerPrint(kReceiveName, kLogNoMorePackets);
+    return 0;
   }
   return 1;
 }

@@ -74,9 +74,9 @@ struct FileDigitalTuner {
   // Whether the application side holds PaceGate. Entered and left in matching pairs only:
   // leaving a free gate would fail, and a paced play restarted would release it twice.
   bool GateHeld;
-  // The thread delivering now, or 0. A handler runs with StateLock held; its own calls to
+  // The thread delivering now, or NULL. A handler runs with StateLock held; its own calls to
   // register, unregister or status on this tuner must not wait for that lock again.
-  ombrixhal::Relaxed<uint32_t> DeliveringThread;
+  ombrixhal::Relaxed<const void*> DeliveringThread;
 };
 
 FileDigitalTuner* asFileDigitalTuner(OmbrixHalTunerHandle aThis) noexcept {
@@ -92,13 +92,16 @@ FileDigitalTuner* tunerOf(OmbrixHalTunerHandle aThis, const char* functionName) 
   return asFileDigitalTuner(aThis);
 }
 
-uint32_t currentThread() noexcept {
-  return OmbrixHalThreadGetId();
+// Tells the calling thread from the others; cheaper than asking the thread module for an id
+// on every packet.
+const void* currentThread() noexcept {
+  static thread_local const char marker = 0;
+  return &marker;
 }
 
 bool isDelivering(const FileDigitalTuner& tuner) noexcept {
-  const uint32_t delivering = tuner.DeliveringThread;
-  return delivering != 0 && delivering == currentThread();
+  const void* delivering = tuner.DeliveringThread;
+  return delivering != nullptr && delivering == currentThread();
 }
 
 // StateLock for a call that a handler may make during delivery: the delivering thread holds
@@ -199,50 +202,88 @@ void dispatch(FileDigitalTuner& tuner, const uint8_t* packet) noexcept {
   }
 }
 
-// Under StateLock. 0 when the play has ended or the file gives no more packets.
-OmbrixHalBool deliver(FileDigitalTuner& tuner, uint32_t count) noexcept {
-  tuner.DeliveringThread = currentThread();
-  OmbrixHalBool delivered = 1;
-  for (uint32_t n = 0; n < count; ++n) {
-    if (tuner.BytesLeft < kPacketSize && !readChunk(tuner)) {
-      const uint16_t repetitions = tuner.head.Parameter.DigitalFile.Repetitions;
-      if (repetitions != 0) {
-        if (tuner.RepetitionsDone < repetitions) {
-          ++tuner.RepetitionsDone;
-        }
-        if (tuner.RepetitionsDone == repetitions) {
-          delivered = 0;
-          break;
-        }
+// Under StateLock: the next packet, or NULL when the play has ended or the file gives no more.
+const uint8_t* nextPacket(FileDigitalTuner& tuner) noexcept {
+  if (tuner.BytesLeft < kPacketSize && !readChunk(tuner)) {
+    const uint16_t repetitions = tuner.head.Parameter.DigitalFile.Repetitions;
+    if (repetitions != 0) {
+      if (tuner.RepetitionsDone < repetitions) {
+        ++tuner.RepetitionsDone;
       }
-      if (!synchronise(tuner) || !readChunk(tuner)) {
-        delivered = 0;
-        break;
+      if (tuner.RepetitionsDone == repetitions) {
+        return nullptr;
       }
     }
-    // The bytes that do not fill a packet at the end of a chunk are dropped with it.
-    const uint8_t* packet = tuner.Cursor;
-    tuner.Cursor += kPacketSize;
-    tuner.BytesLeft -= kPacketSize;
+    if (!synchronise(tuner) || !readChunk(tuner)) {
+      return nullptr;
+    }
+  }
+  // The bytes that do not fill a packet at the end of a chunk are dropped with it.
+  const uint8_t* packet = tuner.Cursor;
+  tuner.Cursor += kPacketSize;
+  tuner.BytesLeft -= kPacketSize;
+  return packet;
+}
+
+// Under StateLock, on the thread `self`: up to `count` packets; how many came.
+uint32_t deliver(FileDigitalTuner& tuner, uint32_t count, const void* self) noexcept {
+  tuner.DeliveringThread = self;
+  uint32_t delivered = 0;
+  for (; delivered < count; ++delivered) {
+    const uint8_t* packet = nextPacket(tuner);
+    if (packet == nullptr) {
+      break;
+    }
     dispatch(tuner, packet);
   }
-  tuner.DeliveringThread = 0;
+  tuner.DeliveringThread = nullptr;
+  return delivered;
+}
+
+// Pulls up to `count` packets as as many Receive calls would; how many came.
+uint32_t receive(FileDigitalTuner& tuner, uint32_t count) noexcept {
+  // A handler pulling from its own tuner would overwrite the packet it is being given.
+  const void* self = currentThread();
+  if (tuner.DeliveringThread == self) {
+    return 0;
+  }
+  OmbrixHalCriticalSectionEnter(tuner.StateLock);
+  const uint32_t delivered =
+      !tuner.Paced && statusOf(tuner) == OMBRIX_HAL_TUNER_STATUS_LOCKED ? deliver(tuner, count, self) : 0;
+  OmbrixHalCriticalSectionLeave(tuner.StateLock);
+  return delivered;
+}
+
+// The tuner front's batch: the lock is taken once per chunk's worth of packets rather than per
+// packet, and left in between so that register and status calls from other threads get in.
+uint32_t receivePackets(OmbrixHalTunerHandle aThis, uint32_t aCount) noexcept {
+  FileDigitalTuner& tuner = *asFileDigitalTuner(aThis);
+  uint32_t delivered = 0;
+  while (delivered < aCount) {
+    const uint32_t wanted = std::min(aCount - delivered, kChunkSize / kPacketSize);
+    const uint32_t batch = receive(tuner, wanted);
+    delivered += batch;
+    if (batch < wanted) {
+      break;
+    }
+  }
   return delivered;
 }
 
 uint32_t pace(void* aParameter) {
   FileDigitalTuner& tuner = *static_cast<FileDigitalTuner*>(aParameter);
+  const void* self = currentThread();
   while (tuner.Running) {
     uint32_t sleepMs = 0;
     OmbrixHalCriticalSectionEnter(tuner.PaceGate);
     if (tuner.Running) {
       OmbrixHalCriticalSectionEnter(tuner.StateLock);
       if (tuner.MillisecondsPerPacket != 0) {
-        deliver(tuner, 1);
+        deliver(tuner, 1, self);
         sleepMs = tuner.MillisecondsPerPacket;
       } else {
         // 0 comes only from a rate whose product wrapped: play as fast as the pace allows.
-        deliver(tuner, 10000 / std::max(tuner.MicrosecondsPerPacket, uint32_t{1}));
+        deliver(tuner, 10000 / std::max(tuner.MicrosecondsPerPacket, uint32_t{1}), self);
         sleepMs = kCycleMs;
       }
       OmbrixHalCriticalSectionLeave(tuner.StateLock);
@@ -315,6 +356,7 @@ OmbrixHalTunerHandle OmbrixHalTunerFileDigitalCreate(void) noexcept {
     return nullptr;
   }
   ombrixhal::initTunerHead(tuner->head, kFileDigitalOperations, OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE);
+  tuner->head.ReceivePackets = receivePackets;
   tuner->StateLock = OmbrixHalCriticalSectionCreate();
   tuner->PaceGate = OmbrixHalCriticalSectionCreate();
   if (tuner->StateLock == nullptr || tuner->PaceGate == nullptr) {
@@ -432,15 +474,7 @@ OmbrixHalTunerStatus OmbrixHalTunerFileDigitalGetStatus(OmbrixHalTunerHandle Thi
 
 OmbrixHalBool OmbrixHalTunerFileDigitalReceive(OmbrixHalTunerHandle This) noexcept {
   FileDigitalTuner* tuner = tunerOf(This, kReceiveName);
-  // A handler pulling from its own tuner would overwrite the packet it is being given.
-  if (tuner == nullptr || isDelivering(*tuner)) {
-    return 0;
-  }
-  OmbrixHalCriticalSectionEnter(tuner->StateLock);
-  const OmbrixHalBool delivered =
-      !tuner->Paced && statusOf(*tuner) == OMBRIX_HAL_TUNER_STATUS_LOCKED ? deliver(*tuner, 1) : 0;
-  OmbrixHalCriticalSectionLeave(tuner->StateLock);
-  return delivered;
+  return tuner != nullptr && receive(*tuner, 1) == 1 ? 1 : 0;
 }
 
 OmbrixHalBool OmbrixHalTunerFileDigitalRegisterPacketHandler(OmbrixHalTunerHandle This,

@@ -19,6 +19,9 @@ struct OmbrixHalTunerHead {
   OmbrixHalTimerHandle LockTimer;     // bounds the wait for lock
   uint32_t LastStatus;                // the status last returned, for logging its changes
   uint32_t ParameterSet;              // 1 after a successful set-parameter
+  // Optional: delivers up to aCount packets exactly as aCount calls of the Receive slot would,
+  // and returns how many came; for a kind that can pull a batch more cheaply.
+  uint32_t (*ReceivePackets)(OmbrixHalTunerHandle aThis, uint32_t aCount);
 };
 
 static_assert(sizeof(OmbrixHalTunerOperations) == 12 * sizeof(void (*)()));
