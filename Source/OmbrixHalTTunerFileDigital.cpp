@@ -17,7 +17,8 @@
 
 namespace {
 
-constexpr uint32_t kLogIllegalNull = 0x1003;  // "Illegal value 'NULL' for parameter '%s'"
+constexpr uint32_t kLogIllegalNull = 0x1003;   // "Illegal value 'NULL' for parameter '%s'"
+constexpr uint32_t kLogTypeMismatch = 0x1008;  // "Tuner type and parameter type do not match"
 
 constexpr const char* kDestroyName = "OmbrixHalTunerFileDigitalDestroy";
 constexpr const char* kSetParameterName = "OmbrixHalTunerFileDigitalSetParameter";
@@ -58,7 +59,7 @@ struct FileDigitalTuner {
   OmbrixHalFileHandle File;
   HandlerEntry Handlers[kHandlerCount];
   uint32_t MicrosecondsPerPacket;
-  uint32_t MillisecondsPerPacket;  // 0 when faster than 1000 packets per second
+  uint32_t MillisecondsPerPacket;            // 0 when faster than 1000 packets per second
   OmbrixHalCriticalSectionHandle StateLock;  // the file, the cursor, the handlers, the status
   OmbrixHalCriticalSectionHandle PaceGate;   // held while no paced play is active
   uint32_t Paced;
@@ -108,8 +109,7 @@ bool isDelivering(const FileDigitalTuner& tuner) noexcept {
 // the lock already.
 class StateGuard {
  public:
-  explicit StateGuard(FileDigitalTuner& tuner) noexcept
-      : lock_(isDelivering(tuner) ? nullptr : tuner.StateLock) {
+  explicit StateGuard(FileDigitalTuner& tuner) noexcept : lock_(isDelivering(tuner) ? nullptr : tuner.StateLock) {
     if (lock_ != nullptr) {
       OmbrixHalCriticalSectionEnter(lock_);
     }
@@ -415,6 +415,11 @@ OmbrixHalBool OmbrixHalTunerFileDigitalSetParameter(OmbrixHalTunerHandle This,
     OmbrixHalLoggerPrint(kSetParameterName, kLogIllegalNull, kTunerParameterName);
     return 0;
   }
+  // The tuner front passes only digitalFile records; a direct caller may pass anything.
+  if (aTunerParameter->Type != OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE) {
+    OmbrixHalLoggerPrint(kSetParameterName, kLogTypeMismatch);
+    return 0;
+  }
   // The thread is held for the whole change: it finishes its cycle on the old play first.
   holdPaceGate(*tuner);
   OmbrixHalCriticalSectionEnter(tuner->StateLock);
@@ -426,7 +431,8 @@ OmbrixHalBool OmbrixHalTunerFileDigitalSetParameter(OmbrixHalTunerHandle This,
   }
   tuner->BytesLeft = 0;
   tuner->head.Parameter = *aTunerParameter;
-  const OmbrixHalTunerParameterDigitalFile& record = tuner->head.Parameter.DigitalFile;
+  OmbrixHalTunerParameterDigitalFile& record = tuner->head.Parameter.DigitalFile;
+  record.Name[sizeof record.Name - 1] = '\0';
   if (record.SymbolRate != 0) {
     tuner->Paced = 1;
     setPace(*tuner, record.SymbolRate);

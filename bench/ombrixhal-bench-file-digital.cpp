@@ -24,9 +24,7 @@ struct Count {
   uint64_t pidSum = 0;  // touched only by the delivering thread
 };
 
-uint32_t pidOf(const uint8_t* packet) {
-  return static_cast<uint32_t>((packet[1] & 0x1f) << 8 | packet[2]);
-}
+uint32_t pidOf(const uint8_t* packet) { return static_cast<uint32_t>((packet[1] & 0x1f) << 8 | packet[2]); }
 
 void countPacket(void*, const uint8_t* aPacket, uint32_t, void* aContext) {
   auto& count = *static_cast<Count*>(aContext);
@@ -73,9 +71,7 @@ __attribute__((noinline)) uint64_t playPulledSingly(OmbrixHalTunerHandle tuner, 
   return count.packets;
 }
 
-double seconds(Clock::duration duration) {
-  return std::chrono::duration<double>(duration).count();
-}
+double seconds(Clock::duration duration) { return std::chrono::duration<double>(duration).count(); }
 
 void report(const char* what, uint64_t packets, double bestSeconds) {
   std::printf("%-28s %10.0f packets/s %9.1f MB/s\n", what, packets / bestSeconds,
@@ -192,13 +188,14 @@ int main(int argc, char** argv) {
   }
   int result = 2;
   if (mode == "pull") {
-    result = benchPulled(argc > 2 ? static_cast<uint32_t>(std::atoi(argv[2])) : 500000, argc > 3 ? std::atoi(argv[3]) : 5,
-                         argc > 4 ? argv[4] : "all");
+    result = benchPulled(argc > 2 ? static_cast<uint32_t>(std::atoi(argv[2])) : 500000,
+                         argc > 3 ? std::atoi(argv[3]) : 5, argc > 4 ? argv[4] : "all");
   } else if (mode == "paced") {
     result = benchPaced(argc > 2 ? std::atof(argv[2]) : 3.0);
   } else {
-    std::fprintf(stderr, "usage: ombrixhal-bench-file-digital pull [packets] [rounds] [plain|pulled|single|all]\n"
-                         "       ombrixhal-bench-file-digital paced [seconds]\n");
+    std::fprintf(stderr,
+                 "usage: ombrixhal-bench-file-digital pull [packets] [rounds] [plain|pulled|single|all]\n"
+                 "       ombrixhal-bench-file-digital paced [seconds]\n");
   }
   OmbrixHalDone();
   return result;

@@ -65,7 +65,8 @@ class FileDigitalTunerTest : public HalTest {
   OmbrixHalBool play(const Bytes& contents, const std::string& options = ", repetitions=0") {
     writeBytes(kScratch + "/stream.ts", contents);
     log.clear();
-    return OmbrixHalTunerSetParameterByString(tuner, ("digitalFile: name=//local/" + kScratch + "/stream.ts" + options).c_str());
+    return OmbrixHalTunerSetParameterByString(
+        tuner, ("digitalFile: name=//local/" + kScratch + "/stream.ts" + options).c_str());
   }
   bool waitFor(const std::function<bool()>& condition) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
@@ -144,9 +145,31 @@ TEST_F(FileDigitalPulledPlay, DeliversEveryWholePacketInOrderToEveryHandlerAndRe
   EXPECT_EQ(first.packets, packets);
   EXPECT_EQ(second.packets, packets);
   EXPECT_EQ(first.sources, std::vector<void*>(600, nullptr));
-  // Endless: the end of the file leads back to its first packet.
-  EXPECT_EQ(OmbrixHalTunerReceive(tuner, 1), 1);
-  EXPECT_EQ(first.packets.back(), packets.front());
+  // Endless: the end of the file leads back to its first packet. The kind's own Receive gives
+  // one packet per call.
+  EXPECT_EQ(OmbrixHalTunerFileDigitalReceive(tuner), 1);
+  EXPECT_EQ(OmbrixHalTunerFileDigitalReceive(tuner), 1);
+  EXPECT_EQ(std::vector(first.packets.end() - 2, first.packets.end()),
+            std::vector(packets.begin(), packets.begin() + 2));
+}
+
+TEST_F(FileDigitalPulledPlay, DeliversInOrderWhileAnotherThreadRegistersAndAsksTheStatus) {
+  const Bytes stream = tsStream(1000);
+  ASSERT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, Recorder::handle, &first), 1);
+  ASSERT_EQ(play(stream, ", repetitions=3"), 1);
+  runOnThreads(2, [&](int index) {
+    if (index == 0) {
+      EXPECT_EQ(OmbrixHalTunerReceive(tuner, 3000), 1);
+      return;
+    }
+    for (int round = 0; round < 200; ++round) {
+      EXPECT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, Recorder::handle, &second), 1);
+      EXPECT_EQ(OmbrixHalTunerFileDigitalGetStatus(tuner), OMBRIX_HAL_TUNER_STATUS_LOCKED);
+      EXPECT_EQ(OmbrixHalTunerUnregisterPacketHandler(tuner, &second, nullptr), 1);
+    }
+  });
+  ASSERT_EQ(first.packets.size(), 3000u);
+  EXPECT_EQ(std::vector(first.packets.begin() + 2000, first.packets.end()), packetsOf(stream, 0));
 }
 
 TEST_F(FileDigitalPulledPlay, RepeatsAsOftenAsAskedThenReportsNotLocked) {
@@ -285,6 +308,16 @@ TEST_F(FileDigitalArguments, ExportsCalledDirectlyRefuseANullTuner) {
     expected.push_back(error(function, "Illegal value 'NULL' for parameter 'This'", 0x1003));
   }
   EXPECT_EQ(log.lines(), expected);
+  // Called directly, the kind checks what the tuner front checks for it.
+  log.clear();
+  record.Type = OMBRIX_HAL_TUNER_TYPE_DVB_T;
+  EXPECT_EQ(OmbrixHalTunerFileDigitalSetParameter(tuner, &record), 0);
+  EXPECT_EQ(OmbrixHalTunerFileDigitalSetParameter(tuner, nullptr), 0);
+  EXPECT_EQ(
+      log.lines(),
+      (std::vector{error("OmbrixHalTunerFileDigitalSetParameter", "Tuner type and parameter type do not match", 0x1008),
+                   error("OmbrixHalTunerFileDigitalSetParameter",
+                         "Illegal value 'NULL' for parameter 'aTunerParameter'", 0x1003)}));
 }
 
 }  // namespace
