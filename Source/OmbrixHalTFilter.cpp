@@ -1,16 +1,92 @@
-// Filters: the generic entry points over every filter kind.
+// Filters: the generic entry points over every filter kind, the filter lists, and the list of
+// live filters.
+#include <cstring>
 #include <mutex>
 
 #include "OmbrixHalFilter.h"
+#include "OmbrixHalLogger.h"
 #include "OmbrixHalTFilterHead.h"
+#include "OmbrixHalTModule.h"
 
 namespace {
+
+using ombrixhal::kLogError;
+using ombrixhal::kLogInfo;
+
+constexpr uint32_t kLogIllegalNull = 0x1003;  // "Illegal value 'NULL' for parameter '%s'"
+constexpr uint32_t kLogNotSupported = 0x2001;  // "Function not supported: '%s'"
+
+constexpr const char* kCloseName = "OmbrixHalFilterClose";
+constexpr const char* kSetParameterName = "OmbrixHalFilterSetParameter";
+constexpr const char* kGetParameterName = "OmbrixHalFilterGetParameter";
+constexpr const char* kStartName = "OmbrixHalFilterStart";
+constexpr const char* kStopName = "OmbrixHalFilterStop";
+constexpr const char* kGetTypeName = "OmbrixHalFilterGetType";
+
+constexpr const char* kThisName = "This";
+constexpr const char* kParameterName = "aParameter";
+
+constexpr const char* kClosed = "Closed filter '%s'";
+constexpr const char* kCannotClose = "Cannot close filter '%s'";
+constexpr const char* kStarted = "Started filter '%s'";
+constexpr const char* kCannotStart = "Cannot start filter '%s'";
+constexpr const char* kStopped = "Stopped filter '%s'";
+constexpr const char* kCannotStop = "Cannot stop filter '%s'";
+constexpr const char* kParameterSet = "Filter parameter successfully set for '%s'";
+constexpr const char* kCannotSetParameter = "Cannot set filter parameter for '%s'";
+constexpr const char* kParameterReturned = "Filter parameter successfully returned for '%s'";
+constexpr const char* kCannotReturnParameter = "Cannot return filter parameter for '%s'";
+constexpr const char* kRunning = "Filter '%s' is running. Cannot set parameter. Stop filter first.";
+constexpr const char* kFilterParam = "FilterParam: pid=0x%x crcCheck=%s filterLen=%d";
+constexpr const char* kEnabled = "enabled";
+constexpr const char* kDisabled = "disabled";
 
 // The filters alive now. A tuner resets the context of every handler it holds, and a
 // middleware may register its own handler with a context that is no filter: only a word found
 // here is touched. Creation, destruction and reset are rare, so a list and a lock do.
 std::mutex liveFiltersLock;
 OmbrixHalFilterHandle liveFilters = nullptr;
+
+bool isGiven(const void* argument, const char* functionName, const char* parameterName) noexcept {
+  if (argument == nullptr) {
+    OmbrixHalLoggerPrint(functionName, kLogIllegalNull, parameterName);
+    return false;
+  }
+  return true;
+}
+
+template <typename Slot>
+bool isSupported(Slot slot, const char* functionName) noexcept {
+  if (slot == nullptr) {
+    OmbrixHalLoggerPrint(functionName, kLogNotSupported, functionName);
+    return false;
+  }
+  return true;
+}
+
+// Only a filter the client named reports its outcomes.
+void logOutcome(const char* name, bool succeeded, const char* functionName, const char* success,
+                const char* failure, const char* failureFunctionName) noexcept {
+  if (name[0] == '\0') {
+    return;
+  }
+  if (succeeded) {
+    OmbrixHalLoggerPrintf(functionName, kLogInfo, success, name);
+  } else {
+    OmbrixHalLoggerPrintf(failureFunctionName, kLogError, failure, name);
+  }
+}
+
+// Start and Stop alike.
+OmbrixHalBool switchFilter(OmbrixHalFilterHandle aThis, OmbrixHalBool (*OmbrixHalFilterOperations::*slot)(OmbrixHalFilterHandle),
+                           const char* functionName, const char* success, const char* failure) noexcept {
+  if (!isGiven(aThis, functionName, kThisName) || !isSupported(aThis->operations.*slot, functionName)) {
+    return 0;
+  }
+  const OmbrixHalBool result = (aThis->operations.*slot)(aThis);
+  logOutcome(aThis->name, result != 0, functionName, success, failure, functionName);
+  return result;
+}
 
 }  // namespace
 
@@ -35,18 +111,118 @@ void removeLiveFilter(OmbrixHalFilterHandle aFilter) noexcept {
 
 }  // namespace ombrixhal
 
-void OmbrixHalFilterReset(OmbrixHalFilterHandle aFilter) noexcept {
-  if (aFilter == nullptr) {
+OmbrixHalBool OmbrixHalFilterClose(OmbrixHalFilterHandle This) noexcept {
+  if (!isGiven(This, kCloseName, kThisName) || !isSupported(This->operations.Destroy, kCloseName)) {
+    return 0;
+  }
+  // The object is gone after Destroy.
+  char name[OMBRIX_HAL_FILTER_NAME_SIZE];
+  std::memcpy(name, This->name, sizeof name);
+  if (This->operations.Stop != nullptr) {
+    This->operations.Stop(This);
+  }
+  const OmbrixHalBool result = This->operations.Destroy(This);
+  logOutcome(name, result != 0, kCloseName, kClosed, kCannotClose, kCloseName);
+  return result;
+}
+
+OmbrixHalBool OmbrixHalFilterSetParameter(OmbrixHalFilterHandle This, const OmbrixHalFilterParameter* aParameter) noexcept {
+  if (!isGiven(This, kSetParameterName, kThisName) || !isGiven(aParameter, kSetParameterName, kParameterName) ||
+      !isSupported(This->operations.SetParameter, kSetParameterName)) {
+    return 0;
+  }
+  if (This->operations.IsEnabled != nullptr && This->operations.IsEnabled(This)) {
+    OmbrixHalLoggerPrintf(kSetParameterName, kLogError, kRunning, This->name);
+    return 0;
+  }
+  const OmbrixHalBool result = This->operations.SetParameter(This, aParameter);
+  // Kept: the failure line carries the GetParameter name.
+  logOutcome(This->name, result != 0, kSetParameterName, kParameterSet, kCannotSetParameter, kGetParameterName);
+  if (This->name[0] != '\0') {
+    OmbrixHalLoggerPrintf(kSetParameterName, result ? kLogInfo : kLogError, kFilterParam, aParameter->pid,
+                          aParameter->crcCheck ? kEnabled : kDisabled, aParameter->filterLen);
+  }
+  return result;
+}
+
+OmbrixHalBool OmbrixHalFilterGetParameter(OmbrixHalFilterHandle This, OmbrixHalFilterParameter* aParameter) noexcept {
+  if (!isGiven(This, kGetParameterName, kThisName) || !isGiven(aParameter, kGetParameterName, kParameterName) ||
+      !isSupported(This->operations.GetParameter, kGetParameterName)) {
+    return 0;
+  }
+  const OmbrixHalBool result = This->operations.GetParameter(This, aParameter);
+  logOutcome(This->name, result != 0, kGetParameterName, kParameterReturned, kCannotReturnParameter,
+             kGetParameterName);
+  return result;
+}
+
+OmbrixHalBool OmbrixHalFilterStart(OmbrixHalFilterHandle This) noexcept {
+  return switchFilter(This, &OmbrixHalFilterOperations::Start, kStartName, kStarted, kCannotStart);
+}
+
+OmbrixHalBool OmbrixHalFilterStop(OmbrixHalFilterHandle This) noexcept {
+  return switchFilter(This, &OmbrixHalFilterOperations::Stop, kStopName, kStopped, kCannotStop);
+}
+
+OmbrixHalFilterType OmbrixHalFilterGetType(OmbrixHalFilterHandle This) noexcept {
+  return isGiven(This, kGetTypeName, kThisName) ? This->type : OMBRIX_HAL_FILTER_TYPE_NONE;
+}
+
+void OmbrixHalFilterReset(OmbrixHalFilterHandle This) noexcept {
+  if (This == nullptr) {
     return;
   }
   // The lock is held through the call, so the filter cannot be destroyed under it.
   std::lock_guard guard(liveFiltersLock);
   for (OmbrixHalFilterHandle live = liveFilters; live != nullptr; live = live->nextLive) {
-    if (live == aFilter) {
+    if (live == This) {
       if (live->operations.Reset != nullptr) {
         live->operations.Reset(live);
       }
       return;
     }
   }
+}
+
+OmbrixHalBool OmbrixHalFilterGetInfo(OmbrixHalFilterHandle This, OmbrixHalFilterInfo* aInfo) noexcept {
+  if (This == nullptr || aInfo == nullptr || This->GetInfo == nullptr) {
+    return 0;
+  }
+  // Kept: the slot's own answer does not matter.
+  This->GetInfo(This, aInfo);
+  return 1;
+}
+
+void OmbrixHalFilterResetInfo(OmbrixHalFilterHandle This) noexcept {
+  if (This != nullptr && This->ResetInfo != nullptr) {
+    This->ResetInfo(This);
+  }
+}
+
+OmbrixHalBool OmbrixHalFilterSetHandler(OmbrixHalFilterHandle This, OmbrixHalFilterHandler aHandler,
+                                        void* aContext) noexcept {
+  if (This == nullptr || This->operations.SetFilterHandler == nullptr) {
+    return 0;
+  }
+  return This->operations.SetFilterHandler(This, aHandler, aContext);
+}
+
+OmbrixHalFilterHandle OmbrixHalFilterAddFilterToList(OmbrixHalFilterHandle aHead, OmbrixHalFilterHandle aFilter) noexcept {
+  if (aFilter == nullptr) {
+    return aHead;
+  }
+  aFilter->next = aHead;
+  return aFilter;
+}
+
+OmbrixHalFilterHandle OmbrixHalFilterRemoveFilterFromList(OmbrixHalFilterHandle aHead,
+                                                          OmbrixHalFilterHandle aFilter) noexcept {
+  for (OmbrixHalFilterHandle* link = &aHead; *link != nullptr; link = &(*link)->next) {
+    if (*link == aFilter) {
+      *link = aFilter->next;
+      aFilter->next = nullptr;
+      break;
+    }
+  }
+  return aHead;
 }
