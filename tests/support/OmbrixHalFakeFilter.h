@@ -1,0 +1,82 @@
+// A stand-in for the filter a chain stage draws from: it keeps the input handler that the stage
+// hooks onto it, counts the calls the stage makes of it, and hands packets (or PES packets) to
+// the stage as a real parent would.
+#ifndef OMBRIX_HAL_FAKE_FILTER_H
+#define OMBRIX_HAL_FAKE_FILTER_H
+
+#include <cstdint>
+#include <vector>
+
+#include "OmbrixHalTFilterHead.h"
+
+namespace ombrixhal::test {
+
+struct FakeParentFilter {
+  OmbrixHalFilterHead head;
+  OmbrixHalFilterHandler input;
+  void* inputContext;
+  uint32_t running;
+  bool refuseHandler;
+  bool refuseStart;
+  int setParameterCalls;
+  int startCalls;
+  int stopCalls;
+
+  // Closing the stage closes its parent: this count survives the fake.
+  static inline int destroyed = 0;
+
+  // Gives the stage one unit of data, as the parent's own delivery would.
+  void deliver(const std::vector<uint8_t>& data) {
+    input(&head, data.data(), static_cast<uint32_t>(data.size()), inputContext);
+  }
+};
+
+// A fake parent of `type` (0 for a TS root, 3 for a PES stage), allocated with new; the stage's
+// Destroy frees it through OmbrixHalFilterClose, or the test deletes it.
+inline FakeParentFilter* createFakeParent(OmbrixHalFilterType type = OMBRIX_HAL_FILTER_TYPE_TS) {
+  auto* parent = new FakeParentFilter{};
+  parent->head.type = type;
+  parent->head.operations = {
+      .Destroy = [](OmbrixHalFilterHandle f) -> OmbrixHalBool {
+        ++FakeParentFilter::destroyed;
+        delete reinterpret_cast<FakeParentFilter*>(f);
+        return 1;
+      },
+      .SetFilterHandler = [](OmbrixHalFilterHandle f, OmbrixHalFilterHandler h, void* c) -> OmbrixHalBool {
+        auto* fake = reinterpret_cast<FakeParentFilter*>(f);
+        if (fake->refuseHandler) {
+          return 0;
+        }
+        fake->input = h;
+        fake->inputContext = c;
+        return 1;
+      },
+      .SetParameter = [](OmbrixHalFilterHandle f, const OmbrixHalFilterParameter* p) -> OmbrixHalBool {
+        ++reinterpret_cast<FakeParentFilter*>(f)->setParameterCalls;
+        f->parameter = *p;
+        return 1;
+      },
+      .GetParameter = nullptr,
+      .Start = [](OmbrixHalFilterHandle f) -> OmbrixHalBool {
+        auto* fake = reinterpret_cast<FakeParentFilter*>(f);
+        ++fake->startCalls;
+        fake->running = fake->refuseStart ? 0 : 1;
+        return fake->running;
+      },
+      .Stop = [](OmbrixHalFilterHandle f) -> OmbrixHalBool {
+        auto* fake = reinterpret_cast<FakeParentFilter*>(f);
+        ++fake->stopCalls;
+        fake->running = 0;
+        return 1;
+      },
+      .IsEnabled = [](OmbrixHalFilterHandle f) -> OmbrixHalBool {
+        return reinterpret_cast<FakeParentFilter*>(f)->running;
+      },
+      .Reset = nullptr,
+  };
+  return parent;
+}
+
+}  // namespace ombrixhal::test
+
+#endif
