@@ -1,12 +1,20 @@
-// Filters: the generic entry points over every filter kind, the filter lists, and the list of
-// live filters.
+// Filters: the generic entry points over every filter kind, the making of filter chains, the
+// filter lists, and the list of live filters.
 #include <cstring>
 #include <mutex>
 
 #include "OmbrixHalFilter.h"
+#include "OmbrixHalFilterFileAnalogEpr.h"
+#include "OmbrixHalFilterFileDigitalTs.h"
+#include "OmbrixHalFilterPesToTtx.h"
+#include "OmbrixHalFilterTsToPcr.h"
+#include "OmbrixHalFilterTsToPes.h"
+#include "OmbrixHalFilterTsToSection.h"
 #include "OmbrixHalLogger.h"
+#include "OmbrixHalMapFilter.h"
 #include "OmbrixHalTFilterHead.h"
 #include "OmbrixHalTModule.h"
+#include "OmbrixHalTTunerHead.h"
 
 namespace {
 
@@ -15,7 +23,9 @@ using ombrixhal::kLogInfo;
 
 constexpr uint32_t kLogIllegalNull = 0x1003;  // "Illegal value 'NULL' for parameter '%s'"
 constexpr uint32_t kLogNotSupported = 0x2001;  // "Function not supported: '%s'"
+constexpr uint32_t kLogNoTunerType = 0x100f;   // "Cannot get tuner type"
 
+constexpr const char* kOpenName = "OmbrixHalFilterOpen";
 constexpr const char* kCloseName = "OmbrixHalFilterClose";
 constexpr const char* kSetParameterName = "OmbrixHalFilterSetParameter";
 constexpr const char* kGetParameterName = "OmbrixHalFilterGetParameter";
@@ -25,6 +35,11 @@ constexpr const char* kGetTypeName = "OmbrixHalFilterGetType";
 
 constexpr const char* kThisName = "This";
 constexpr const char* kParameterName = "aParameter";
+constexpr const char* kTunerName = "aTuner";
+constexpr const char* kHandlerName = "aHandler";
+
+constexpr const char* kOpened = "Opened filter '%s' successfully";
+constexpr const char* kCannotOpen = "Cannot open filter '%s'";
 
 constexpr const char* kClosed = "Closed filter '%s'";
 constexpr const char* kCannotClose = "Cannot close filter '%s'";
@@ -86,6 +101,54 @@ OmbrixHalBool switchFilter(OmbrixHalFilterHandle aThis, OmbrixHalBool (*OmbrixHa
   const OmbrixHalBool result = (aThis->operations.*slot)(aThis);
   logOutcome(aThis->name, result != 0, functionName, success, failure, functionName);
   return result;
+}
+
+// A chain's filters as the chain builder made them, for hooking the top and for taking a failed
+// chain apart in its fixed order.
+struct Chain {
+  OmbrixHalFilterHandle tsRoot = nullptr;
+  OmbrixHalFilterHandle pes = nullptr;  // made here, or the PES root
+  OmbrixHalFilterHandle teletext = nullptr;
+  OmbrixHalFilterHandle section = nullptr;
+  OmbrixHalFilterHandle pcr = nullptr;
+  OmbrixHalFilterHandle top = nullptr;
+  bool failed = false;
+
+  void add(OmbrixHalFilterHandle& slot, OmbrixHalFilterHandle filter) noexcept {
+    slot = filter;
+    top = filter;
+    failed = failed || filter == nullptr;
+  }
+
+  void destroy() noexcept {
+    for (OmbrixHalFilterHandle filter : {tsRoot, pes, teletext, section, pcr}) {
+      if (filter != nullptr && filter->operations.Destroy != nullptr) {
+        filter->operations.Destroy(filter);
+      }
+    }
+  }
+};
+
+// The stages that turn a TS root's packets into `type`, in their creation order.
+void buildOnTsRoot(Chain& chain, OmbrixHalFilterType type) noexcept {
+  switch (type) {
+    case OMBRIX_HAL_FILTER_TYPE_PES:
+      chain.add(chain.pes, OmbrixHalFilterTsToPesCreate(chain.tsRoot));
+      break;
+    case OMBRIX_HAL_FILTER_TYPE_TELETEXT:
+      chain.add(chain.pes, OmbrixHalFilterTsToPesCreate(chain.tsRoot));
+      chain.add(chain.teletext, chain.pes != nullptr ? OmbrixHalFilterPesToTtxCreate(chain.pes) : nullptr);
+      break;
+    case OMBRIX_HAL_FILTER_TYPE_SECTION:
+      chain.add(chain.section, OmbrixHalFilterTsToSectionCreate(chain.tsRoot));
+      break;
+    case OMBRIX_HAL_FILTER_TYPE_PCR:
+      chain.add(chain.pcr, OmbrixHalFilterTsToPcrCreate(chain.tsRoot));
+      break;
+    default:
+      chain.failed = true;
+      break;
+  }
 }
 
 }  // namespace
@@ -225,4 +288,95 @@ OmbrixHalFilterHandle OmbrixHalFilterRemoveFilterFromList(OmbrixHalFilterHandle 
     }
   }
   return aHead;
+}
+
+OmbrixHalFilterHandle OmbrixHalFilterOpen(OmbrixHalTunerHandle aTuner, OmbrixHalFilterType aType, const char* aName,
+                                          OmbrixHalFilterHandler aHandler, void* aContext) noexcept {
+  OmbrixHalFilterHandle filter = nullptr;
+  if (!isGiven(aTuner, kOpenName, kTunerName)) {
+  } else if (aTuner->Operations.GetType == nullptr) {
+    OmbrixHalLoggerPrint(kOpenName, kLogNoTunerType, kOpenName);
+  } else if (aHandler == nullptr && aType != OMBRIX_HAL_FILTER_TYPE_PCR) {
+    // Only a PCR filter can do without a handler: its value can be polled.
+    OmbrixHalLoggerPrint(kOpenName, kLogIllegalNull, kHandlerName);
+  } else if (aType == OMBRIX_HAL_FILTER_TYPE_PCR) {
+    filter = OmbrixHalFilterCreateRealFilter(aTuner, aType, aHandler, aContext);
+  } else {
+    filter = OmbrixHalMapFilterOpen(aTuner, aType, aHandler, aContext);
+  }
+  if (filter == nullptr) {
+    OmbrixHalLoggerPrintf(kOpenName, kLogError, kCannotOpen, aName);
+    return nullptr;
+  }
+  if (aName != nullptr) {
+    std::strncpy(filter->name, aName, sizeof filter->name - 1);
+    filter->name[sizeof filter->name - 1] = '\0';
+  }
+  if (filter->name[0] != '\0') {
+    OmbrixHalLoggerPrintf(kOpenName, kLogInfo, kOpened, filter->name);
+  }
+  return filter;
+}
+
+OmbrixHalFilterHandle OmbrixHalFilterCreateRealFilter(OmbrixHalTunerHandle aTuner, OmbrixHalFilterType aType,
+                                                      OmbrixHalFilterHandler aHandler, void* aContext) noexcept {
+  if (aTuner == nullptr) {
+    return nullptr;
+  }
+  switch (aTuner->ParameterType) {
+    case OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE:
+      return OmbrixHalFilterCreateChain(OmbrixHalFilterFileDigitalTsCreate(aTuner), aType, aHandler, aContext);
+    case OMBRIX_HAL_TUNER_TYPE_ANALOG_FILE:
+      // Its filter takes the tuner's line records itself: no chain.
+      return OmbrixHalFilterFileAnalogEprCreate(aTuner, aType, aHandler, aContext);
+    default:
+      return OmbrixHalFilterCreateChain(OmbrixHalFilterFactoryCreateFilter(aTuner, aType, aHandler, aContext), aType,
+                                        aHandler, aContext);
+  }
+}
+
+OmbrixHalFilterHandle OmbrixHalFilterFactoryCreateFilter(OmbrixHalTunerHandle aTuner, OmbrixHalFilterType aType,
+                                                         OmbrixHalFilterHandler aHandler, void* aContext) noexcept {
+  static_cast<void>(aHandler);
+  static_cast<void>(aContext);
+  if (aTuner == nullptr || aTuner->Operations.GetType == nullptr ||
+      aTuner->Operations.GetType(aTuner) != OMBRIX_HAL_TUNER_TYPE_DVB_T || aType > OMBRIX_HAL_FILTER_TYPE_TELETEXT) {
+    return nullptr;
+  }
+  // The broadcast receiver's TS root comes with the DVB-T tuner; no tuner reports that type yet.
+  return nullptr;
+}
+
+OmbrixHalFilterHandle OmbrixHalFilterCreateChain(OmbrixHalFilterHandle aRoot, OmbrixHalFilterType aType,
+                                                 OmbrixHalFilterHandler aHandler, void* aContext) noexcept {
+  if (aRoot == nullptr) {
+    return nullptr;
+  }
+  if (aRoot->type == aType) {
+    if (aRoot->operations.SetFilterHandler != nullptr && aRoot->operations.SetFilterHandler(aRoot, aHandler, aContext)) {
+      return aRoot;
+    }
+    if (aRoot->operations.Destroy != nullptr) {
+      aRoot->operations.Destroy(aRoot);
+    }
+    return nullptr;
+  }
+  Chain chain;
+  if (aRoot->type == OMBRIX_HAL_FILTER_TYPE_TS) {
+    chain.tsRoot = aRoot;
+    buildOnTsRoot(chain, aType);
+  } else if (aRoot->type == OMBRIX_HAL_FILTER_TYPE_PES && aType == OMBRIX_HAL_FILTER_TYPE_TELETEXT) {
+    chain.pes = aRoot;
+    chain.add(chain.teletext, OmbrixHalFilterPesToTtxCreate(aRoot));
+  } else {
+    // Any other root stays as it is.
+    return nullptr;
+  }
+  // Hooking the top makes each stage hook itself onto its parent: the chain is wired top down.
+  if (!chain.failed && chain.top->operations.SetFilterHandler != nullptr &&
+      chain.top->operations.SetFilterHandler(chain.top, aHandler, aContext)) {
+    return chain.top;
+  }
+  chain.destroy();
+  return nullptr;
 }

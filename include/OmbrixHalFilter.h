@@ -57,6 +57,12 @@ typedef struct OmbrixHalFilterInfo {
 typedef void (*OmbrixHalFilterHandler)(OmbrixHalFilterHandle aFilter, const uint8_t* aData, uint32_t aLength,
                                        void* aContext);
 
+/* A filter of aType on aTuner. aHandler may be NULL only for PCR filters, which can be polled
+ * with OmbrixHalFilterGetParameter. aName (at most 15 characters kept; may be NULL) makes the
+ * generic calls log their outcome. */
+OMBRIX_HAL_API OmbrixHalFilterHandle OmbrixHalFilterOpen(OmbrixHalTunerHandle aTuner, OmbrixHalFilterType aType,
+                                                        const char* aName, OmbrixHalFilterHandler aHandler,
+                                                        void* aContext) OMBRIX_HAL_NOEXCEPT;
 /* Stops and frees the filter; closing the top of a chain closes the chain. */
 OMBRIX_HAL_API OmbrixHalBool OmbrixHalFilterClose(OmbrixHalFilterHandle This) OMBRIX_HAL_NOEXCEPT;
 /* Refused while the filter runs. */
@@ -86,6 +92,22 @@ OMBRIX_HAL_API OmbrixHalFilterHandle OmbrixHalFilterAddFilterToList(OmbrixHalFil
 OMBRIX_HAL_API OmbrixHalFilterHandle OmbrixHalFilterRemoveFilterFromList(OmbrixHalFilterHandle aHead,
                                                                         OmbrixHalFilterHandle aFilter)
     OMBRIX_HAL_NOEXCEPT;
+
+/* A real filter chain on aTuner whose top delivers aType to aHandler, chosen by the tuner's kind. */
+OMBRIX_HAL_API OmbrixHalFilterHandle OmbrixHalFilterCreateRealFilter(OmbrixHalTunerHandle aTuner,
+                                                                    OmbrixHalFilterType aType,
+                                                                    OmbrixHalFilterHandler aHandler,
+                                                                    void* aContext) OMBRIX_HAL_NOEXCEPT;
+/* The platform's TS root for broadcast tuners; NULL for every other tuner. */
+OMBRIX_HAL_API OmbrixHalFilterHandle OmbrixHalFilterFactoryCreateFilter(OmbrixHalTunerHandle aTuner,
+                                                                       OmbrixHalFilterType aType,
+                                                                       OmbrixHalFilterHandler aHandler,
+                                                                       void* aContext) OMBRIX_HAL_NOEXCEPT;
+/* The stages that turn aRoot's output into aType, hooked from the top down; NULL (and nothing
+ * left of what was made) on failure. */
+OMBRIX_HAL_API OmbrixHalFilterHandle OmbrixHalFilterCreateChain(OmbrixHalFilterHandle aRoot, OmbrixHalFilterType aType,
+                                                               OmbrixHalFilterHandler aHandler,
+                                                               void* aContext) OMBRIX_HAL_NOEXCEPT;
 
 OMBRIX_HAL_EXTERN_C_END
 

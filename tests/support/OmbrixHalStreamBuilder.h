@@ -35,6 +35,25 @@ inline Bytes tsPacket(uint32_t index) {
   return packet;
 }
 
+// A packet of `pid` with payload only, every payload byte `marker`.
+inline Bytes tsPacketOf(uint32_t pid, uint8_t marker, bool unitStart = false) {
+  Bytes packet(kTsPacketSize, marker);
+  packet[0] = 0x47;
+  packet[1] = static_cast<uint8_t>((unitStart ? 0x40 : 0) | (pid >> 8 & 0x1f));
+  packet[2] = static_cast<uint8_t>(pid);
+  packet[3] = 0x10;
+  return packet;
+}
+
+// The packets one after the other.
+inline Bytes concatenate(const std::vector<Bytes>& parts) {
+  Bytes stream;
+  for (const Bytes& part : parts) {
+    stream.insert(stream.end(), part.begin(), part.end());
+  }
+  return stream;
+}
+
 // `count` packets from packet 0 on, after `prefix`.
 inline Bytes tsStream(uint32_t count, const Bytes& prefix = {}) {
   Bytes stream = prefix;

@@ -1,0 +1,8 @@
+/* A chain stage; its operations come with the stage itself. */
+#ifndef STUB_TsToSection
+#define STUB_TsToSection
+#include "OmbrixHalFilter.h"
+OMBRIX_HAL_EXTERN_C_BEGIN
+OMBRIX_HAL_API OmbrixHalFilterHandle OmbrixHalFilterTsToSectionCreate(OmbrixHalFilterHandle aParent) OMBRIX_HAL_NOEXCEPT;
+OMBRIX_HAL_EXTERN_C_END
+#endif

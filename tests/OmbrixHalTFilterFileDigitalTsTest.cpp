@@ -1,0 +1,46 @@
+// Tests of the root filter on a file digital tuner: software PID selection, and the conditions
+// of its start.
+#include "OmbrixHalFileTunerFixture.h"
+
+namespace ombrixhal::test {
+namespace {
+
+using FileDigitalTsSelection = FileTunerTest;
+
+TEST_F(FileDigitalTsSelection, PassesOnePidOrEveryPid) {
+  const Bytes pat = tsPacketOf(0x0000, 0x01, true);
+  const Bytes other = tsPacketOf(0x1fff, 0x02);
+  Deliveries patOnly;
+  Deliveries everything;
+  OmbrixHalFilterHandle a = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x0000, patOnly);
+  OmbrixHalFilterHandle b = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, OMBRIX_HAL_FILTER_PID_ALL, everything);
+  play(concatenate({pat, other, pat}));
+  EXPECT_EQ(patOnly.data(), (std::vector{pat, pat}));
+  EXPECT_EQ(everything.data(), (std::vector{pat, other, pat}));
+  OmbrixHalFilterClose(a);
+  OmbrixHalFilterClose(b);
+}
+
+TEST_F(FileDigitalTsSelection, StartsOnlyWithParameterAndHandlerAndIgnoresShortPackets) {
+  OmbrixHalFilterHandle root = OmbrixHalFilterFileDigitalTsCreate(tuner);
+  ASSERT_NE(root, nullptr);
+  OmbrixHalFilterParameter parameter{};
+  parameter.pid = OMBRIX_HAL_FILTER_PID_ALL;
+  EXPECT_EQ(OmbrixHalFilterFileDigitalTsGetParameter(root, &parameter), 0);
+  EXPECT_EQ(OmbrixHalFilterFileDigitalTsSetParameter(root, &parameter), 1);
+  EXPECT_EQ(OmbrixHalFilterFileDigitalTsStart(root), 0) << "no handler";
+  Deliveries deliveries;
+  EXPECT_EQ(OmbrixHalFilterFileDigitalTsSetFilterHandler(root, nullptr, &deliveries), 0);
+  EXPECT_EQ(OmbrixHalFilterFileDigitalTsSetFilterHandler(root, Deliveries::record, &deliveries), 1);
+  EXPECT_EQ(OmbrixHalFilterFileDigitalTsStart(root), 1);
+  const Bytes packet = tsPacketOf(0x20, 0x03);
+  OmbrixHalFilterFileDigitalTsInputHandler(nullptr, packet.data(), 187, root);
+  OmbrixHalFilterFileDigitalTsInputHandler(nullptr, packet.data(), 188, root);
+  EXPECT_EQ(deliveries.calls.size(), 1u);
+  EXPECT_EQ(deliveries.calls[0].first, root);
+  EXPECT_EQ(OmbrixHalFilterFileDigitalTsCreate(nullptr), nullptr);
+  EXPECT_EQ(OmbrixHalFilterFileDigitalTsDestroy(root), 1);
+}
+
+}  // namespace
+}  // namespace ombrixhal::test

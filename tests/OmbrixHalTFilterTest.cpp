@@ -1,0 +1,139 @@
+// Tests of the filter framework: the generic entry points with their log lines, opening, the
+// filter lists, and the chain builder with its creation and destruction orders.
+#include "OmbrixHalFakeFilter.h"
+#include "OmbrixHalFileTunerFixture.h"
+#include "OmbrixHalTTunerHead.h"
+
+namespace ombrixhal::test {
+namespace {
+
+OmbrixHalFilterParameter pidParameter(uint32_t pid) {
+  OmbrixHalFilterParameter parameter{};
+  parameter.pid = pid;
+  return parameter;
+}
+
+using FilterArguments = FileTunerTest;
+
+TEST_F(FilterArguments, NullArgumentsAndMissingSlotsFailNamingWhatIsMissing) {
+  OmbrixHalFilterParameter parameter{};
+  FakeParentFilter* bare = createFakeParent();
+  const auto destroy = bare->head.operations.Destroy;
+  bare->head.operations = {};
+  bare->head.operations.Destroy = destroy;
+  using Call = OmbrixHalBool (*)(OmbrixHalFilterHandle, OmbrixHalFilterParameter*);
+  const std::pair<std::string, Call> calls[] = {
+      {"OmbrixHalFilterSetParameter", [](OmbrixHalFilterHandle f, OmbrixHalFilterParameter* p) {
+         return OmbrixHalFilterSetParameter(f, p);
+       }},
+      {"OmbrixHalFilterGetParameter",
+       [](OmbrixHalFilterHandle f, OmbrixHalFilterParameter* p) { return OmbrixHalFilterGetParameter(f, p); }},
+      {"OmbrixHalFilterStart", [](OmbrixHalFilterHandle f, OmbrixHalFilterParameter*) { return OmbrixHalFilterStart(f); }},
+      {"OmbrixHalFilterStop", [](OmbrixHalFilterHandle f, OmbrixHalFilterParameter*) { return OmbrixHalFilterStop(f); }},
+  };
+  for (const auto& [function, call] : calls) {
+    log.clear();
+    EXPECT_EQ(call(nullptr, &parameter) + call(&bare->head, &parameter), 0);
+    EXPECT_EQ(log.lines(), (std::vector{error(function, "Illegal value 'NULL' for parameter 'This'", 0x1003),
+                                        warning(function, "Function not supported: '" + function + "'", 0x2001)}));
+  }
+  log.clear();
+  EXPECT_EQ(OmbrixHalFilterSetParameter(&bare->head, nullptr) + OmbrixHalFilterGetParameter(&bare->head, nullptr), 0);
+  EXPECT_EQ(OmbrixHalFilterGetType(nullptr), 11u);
+  EXPECT_EQ(OmbrixHalFilterClose(nullptr), 0);
+  // The quiet ones.
+  OmbrixHalFilterInfo info{};
+  EXPECT_EQ(OmbrixHalFilterGetInfo(&bare->head, &info) + OmbrixHalFilterSetHandler(&bare->head, nullptr, nullptr), 0);
+  OmbrixHalFilterResetInfo(&bare->head);
+  EXPECT_EQ(log.lines(),
+            (std::vector{error("OmbrixHalFilterSetParameter", "Illegal value 'NULL' for parameter 'aParameter'", 0x1003),
+                         error("OmbrixHalFilterGetParameter", "Illegal value 'NULL' for parameter 'aParameter'", 0x1003),
+                         error("OmbrixHalFilterGetType", "Illegal value 'NULL' for parameter 'This'", 0x1003),
+                         error("OmbrixHalFilterClose", "Illegal value 'NULL' for parameter 'This'", 0x1003)}));
+  EXPECT_EQ(OmbrixHalFilterClose(&bare->head), 1);
+}
+
+TEST_F(FilterArguments, OpenNeedsATunerWithATypeAndAHandlerForAllButPcr) {
+  const OmbrixHalTunerOperations operations = tuner->Operations;
+  tuner->Operations.GetType = nullptr;
+  EXPECT_EQ(OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "t", Deliveries::record, nullptr), nullptr);
+  tuner->Operations = operations;
+  EXPECT_EQ(OmbrixHalFilterOpen(nullptr, OMBRIX_HAL_FILTER_TYPE_TS, "t", Deliveries::record, nullptr), nullptr);
+  for (OmbrixHalFilterType type : {0u, 1u, 3u, 4u}) {
+    EXPECT_EQ(OmbrixHalFilterOpen(tuner, type, nullptr, nullptr, nullptr), nullptr) << type;
+  }
+  const std::vector<LogLine> lines = log.lines();
+  ASSERT_EQ(lines.size(), 12u);
+  EXPECT_EQ(std::vector(lines.begin(), lines.begin() + 6),
+            (std::vector{error("OmbrixHalFilterOpen", "Cannot get tuner type", 0x100f),
+                         error("OmbrixHalFilterOpen", "Cannot open filter 't'"),
+                         error("OmbrixHalFilterOpen", "Illegal value 'NULL' for parameter 'aTuner'", 0x1003),
+                         error("OmbrixHalFilterOpen", "Cannot open filter 't'"),
+                         error("OmbrixHalFilterOpen", "Illegal value 'NULL' for parameter 'aHandler'", 0x1003),
+                         error("OmbrixHalFilterOpen", "Cannot open filter 'NULL'")}));
+}
+
+using FilterLogging = FileTunerTest;
+
+TEST_F(FilterLogging, NamedFiltersReportTheirOutcomesUnderAFifteenCharacterName) {
+  Deliveries deliveries;
+  OmbrixHalFilterHandle filter =
+      OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "twenty-characters-xx", Deliveries::record, &deliveries);
+  ASSERT_NE(filter, nullptr);
+  OmbrixHalFilterParameter parameter = pidParameter(0x12);
+  parameter.crcCheck = 1;
+  parameter.filterLen = 3;
+  EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter), 1);
+  EXPECT_EQ(OmbrixHalFilterGetParameter(filter, &parameter), 1);
+  EXPECT_EQ(OmbrixHalFilterStart(filter), 1);
+  EXPECT_EQ(OmbrixHalFilterStop(filter), 1);
+  EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
+  const std::string name = "twenty-characte";
+  EXPECT_EQ(log.lines(),
+            (std::vector{info("OmbrixHalFilterOpen", "Opened filter '" + name + "' successfully"),
+                         info("OmbrixHalFilterSetParameter", "Filter parameter successfully set for '" + name + "'"),
+                         info("OmbrixHalFilterSetParameter", "FilterParam: pid=0x0012 crcCheck=enabled filterLen=3"),
+                         info("OmbrixHalFilterGetParameter", "Filter parameter successfully returned for '" + name + "'"),
+                         info("OmbrixHalFilterStart", "Started filter '" + name + "'"),
+                         info("OmbrixHalFilterStop", "Stopped filter '" + name + "'"),
+                         info("OmbrixHalFilterClose", "Closed filter '" + name + "'")}));
+}
+
+TEST_F(FilterLogging, AFailedSetIsLoggedUnderTheGetParameterNameAndUnnamedFiltersStayQuiet) {
+  static int dummies[64];
+  for (int& dummy : dummies) {  // no tuner entry left for a chain
+    ASSERT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, [](void*, const uint8_t*, uint32_t, void*) {}, &dummy), 1);
+  }
+  Deliveries deliveries;
+  const OmbrixHalFilterParameter parameter = pidParameter(0x100);
+  OmbrixHalFilterHandle named = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "n", Deliveries::record, &deliveries);
+  OmbrixHalFilterHandle unnamed = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "", Deliveries::record, &deliveries);
+  log.clear();
+  EXPECT_EQ(OmbrixHalFilterSetParameter(named, &parameter) + OmbrixHalFilterSetParameter(unnamed, &parameter), 0);
+  EXPECT_EQ(OmbrixHalFilterStart(unnamed) + OmbrixHalFilterClose(unnamed), 1);
+  EXPECT_EQ(log.lines(),
+            (std::vector{error("OmbrixHalFilterGetParameter", "Cannot set filter parameter for 'n'"),
+                         error("OmbrixHalFilterSetParameter", "FilterParam: pid=0x0100 crcCheck=disabled filterLen=0")}));
+  OmbrixHalFilterClose(named);
+}
+
+using FilterLists = HalTest;
+
+TEST_F(FilterLists, PushInFrontAndUnlinkAnywhere) {
+  OmbrixHalFilterHead a{}, b{}, c{}, absent{};
+  OmbrixHalFilterHandle head = nullptr;
+  for (OmbrixHalFilterHead* filter : {&a, &b, &c}) {
+    head = OmbrixHalFilterAddFilterToList(head, filter);
+  }
+  EXPECT_EQ(head, &c);
+  head = OmbrixHalFilterRemoveFilterFromList(head, &b);
+  EXPECT_EQ(b.next, nullptr);
+  EXPECT_EQ(OmbrixHalFilterRemoveFilterFromList(head, &absent), &c);
+  EXPECT_EQ(c.next, &a);
+  head = OmbrixHalFilterRemoveFilterFromList(head, &c);
+  EXPECT_EQ(head, &a);
+  EXPECT_EQ(OmbrixHalFilterRemoveFilterFromList(head, &a), nullptr);
+}
+
+}  // namespace
+}  // namespace ombrixhal::test

@@ -1,0 +1,135 @@
+// Tests of map filters on a file tuner: sharing of real chains by PID, type and tuner, the
+// fan-out to started clients, and attach and detach as clients come, change and go.
+#include "OmbrixHalFileTunerFixture.h"
+
+namespace ombrixhal::test {
+namespace {
+
+const Bytes kPat = tsPacketOf(0x00, 0xa0);
+const Bytes kPid10 = tsPacketOf(0x10, 0xb0);
+const Bytes kPid11 = tsPacketOf(0x11, 0xb1);
+const Bytes kPid12 = tsPacketOf(0x12, 0xc0);
+const Bytes kStream = concatenate({kPat, kPid10, kPid11, kPid12, kPid12});
+
+class MapFilterTest : public FileTunerTest {
+ protected:
+  // Takes all but `free` of the tuner's 64 handler entries, so that a new chain beyond them fails.
+  void leaveTunerEntries(int free) {
+    static int dummies[64];
+    for (int index = 0; index < 64 - free; ++index) {
+      ASSERT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, [](void*, const uint8_t*, uint32_t, void*) {}, &dummies[index]),
+                1);
+    }
+  }
+  OmbrixHalBool setPid(OmbrixHalFilterHandle filter, uint32_t pid) {
+    OmbrixHalFilterParameter parameter{};
+    parameter.pid = pid;
+    return OmbrixHalFilterSetParameter(filter, &parameter);
+  }
+
+  Deliveries first;
+  Deliveries second;
+};
+
+using MapFilterSharing = MapFilterTest;
+
+TEST_F(MapFilterSharing, ClientsOfOnePidShareOneChainThatEndsWithTheLast) {
+  leaveTunerEntries(1);  // room for one chain only
+  OmbrixHalFilterHandle a = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, first);
+  OmbrixHalFilterHandle b = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, second);
+  Deliveries other;
+  OmbrixHalFilterHandle c = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, Deliveries::record, &other);
+  EXPECT_EQ(setPid(c, 0x10), 0) << "a second chain needs a tuner entry";
+  EXPECT_EQ(OmbrixHalFilterStart(c), 0) << "no chain, no start";
+  play(kStream);
+  EXPECT_EQ(first.data(), (std::vector{kPid12, kPid12}));
+  EXPECT_EQ(second.data(), (std::vector{kPid12, kPid12}));
+  EXPECT_EQ(first.calls[0].first, a) << "each client sees its own filter";
+  EXPECT_EQ(second.calls[0].first, b);
+  // The first client leaves; the second keeps receiving on the same chain.
+  EXPECT_EQ(OmbrixHalFilterClose(a), 1);
+  first.calls.clear();
+  second.calls.clear();
+  play(kStream);
+  EXPECT_EQ(second.data(), (std::vector{kPid12, kPid12}));
+  // The last one takes the chain with it: its tuner entry is free again.
+  EXPECT_EQ(OmbrixHalFilterClose(b), 1);
+  EXPECT_EQ(setPid(c, 0x10), 1);
+  EXPECT_EQ(OmbrixHalFilterClose(c), 1);
+}
+
+TEST_F(MapFilterSharing, FansOutToStartedClientsMostRecentlyAttachedFirst) {
+  static std::vector<int> order;
+  order.clear();
+  const OmbrixHalFilterHandler handler = [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void* aContext) {
+    order.push_back(*static_cast<int*>(aContext));
+  };
+  int contexts[] = {1, 2, 3};
+  OmbrixHalFilterHandle filters[3];
+  for (int index = 0; index < 3; ++index) {
+    filters[index] = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, handler, &contexts[index]);
+    ASSERT_EQ(setPid(filters[index], 0x12), 1);
+    ASSERT_EQ(OmbrixHalFilterStart(filters[index]), 1);
+  }
+  EXPECT_EQ(OmbrixHalFilterStop(filters[1]), 1);
+  play(concatenate({kPid12, kPat}));
+  EXPECT_EQ(order, (std::vector{3, 1}));
+  for (OmbrixHalFilterHandle filter : filters) {
+    OmbrixHalFilterClose(filter);
+  }
+}
+
+TEST_F(MapFilterSharing, APidChangeMovesTheClientToAnotherChain) {
+  OmbrixHalFilterHandle a = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x10, first);
+  OmbrixHalFilterHandle b = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x10, second);
+  ASSERT_EQ(OmbrixHalFilterStop(a), 1);
+  EXPECT_EQ(setPid(a, 0x11), 1);
+  ASSERT_EQ(OmbrixHalFilterStart(a), 1);
+  play(kStream);
+  EXPECT_EQ(first.data(), std::vector<Bytes>{kPid11});
+  EXPECT_EQ(second.data(), std::vector<Bytes>{kPid10});
+  // A started client cannot change its PID.
+  log.clear();
+  EXPECT_EQ(setPid(a, 0x12), 0);
+  EXPECT_EQ(log.lines(), std::vector{error("OmbrixHalFilterSetParameter",
+                                           "Filter '' is running. Cannot set parameter. Stop filter first.")});
+  OmbrixHalFilterClose(a);
+  OmbrixHalFilterClose(b);
+}
+
+TEST_F(MapFilterSharing, AHandlerMayCloseItsOwnFilterDuringDelivery) {
+  static OmbrixHalFilterHandle closing;
+  static int calls;
+  calls = 0;
+  const OmbrixHalFilterHandler closeSelf = [](OmbrixHalFilterHandle aFilter, const uint8_t*, uint32_t, void*) {
+    ++calls;
+    OmbrixHalFilterClose(aFilter);
+    closing = nullptr;
+  };
+  OmbrixHalFilterHandle kept = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, first);
+  closing = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, closeSelf, nullptr);
+  ASSERT_EQ(setPid(closing, 0x12), 1);
+  ASSERT_EQ(OmbrixHalFilterStart(closing), 1);
+  play(kStream);
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(first.data(), (std::vector{kPid12, kPid12}));
+  OmbrixHalFilterClose(kept);
+}
+
+TEST_F(MapFilterSharing, AFilterWithoutParameterCannotStartAndClosesCleanly) {
+  OmbrixHalFilterHandle filter = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_SECTION, "x", Deliveries::record,
+                                                     &first);
+  OmbrixHalFilterParameter parameter{};
+  log.clear();
+  EXPECT_EQ(OmbrixHalFilterStart(filter), 0);
+  EXPECT_EQ(OmbrixHalFilterGetParameter(filter, &parameter), 0);
+  EXPECT_EQ(OmbrixHalFilterStop(filter), 0);
+  EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
+  EXPECT_EQ(log.lines(), (std::vector{error("OmbrixHalFilterStart", "Cannot start filter 'x'"),
+                                      error("OmbrixHalFilterGetParameter", "Cannot return filter parameter for 'x'"),
+                                      error("OmbrixHalFilterStop", "Cannot stop filter 'x'"),
+                                      info("OmbrixHalFilterClose", "Closed filter 'x'")}));
+}
+
+}  // namespace
+}  // namespace ombrixhal::test

@@ -1,0 +1,70 @@
+// A test with a "digitalFile" tuner that plays generated streams, and a recorder of what filter
+// handlers receive: the ground on which filters are tested end to end.
+#ifndef OMBRIX_HAL_FILE_TUNER_FIXTURE_H
+#define OMBRIX_HAL_FILE_TUNER_FIXTURE_H
+
+#include <cstdio>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "OmbrixHalStreamBuilder.h"
+#include "OmbrixHalTestFixture.h"
+
+namespace ombrixhal::test {
+
+// What one filter handler was given: the delivering filter and the bytes, call by call.
+struct Deliveries {
+  static void record(OmbrixHalFilterHandle aFilter, const uint8_t* aData, uint32_t aLength, void* aContext) {
+    static_cast<Deliveries*>(aContext)->calls.emplace_back(aFilter, Bytes(aData, aData + aLength));
+  }
+  std::vector<Bytes> data() const {
+    std::vector<Bytes> result;
+    for (const auto& call : calls) {
+      result.push_back(call.second);
+    }
+    return result;
+  }
+
+  std::vector<std::pair<OmbrixHalFilterHandle, Bytes>> calls;
+};
+
+class FileTunerTest : public HalTest {
+ protected:
+  void SetUp() override {
+    HalTest::SetUp();
+    path = std::string("stream-") + ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".ts";
+    tuner = OmbrixHalTunerOpen("digitalFile");
+    ASSERT_NE(tuner, nullptr);
+    log.clear();
+  }
+  void TearDown() override {
+    OmbrixHalTunerClose(tuner);
+    std::remove(path.c_str());
+    HalTest::TearDown();
+  }
+  // Plays `stream` once from its start, pulling every whole packet through the tuner, and
+  // forgets the tuner's log lines.
+  void play(const Bytes& stream) {
+    writeBytes(path, stream);
+    ASSERT_EQ(OmbrixHalTunerSetParameterByString(tuner, ("digitalFile: name=//local/" + path).c_str()), 1);
+    ASSERT_EQ(OmbrixHalTunerReceive(tuner, static_cast<uint32_t>(stream.size() / kTsPacketSize)), 1);
+    log.clear();
+  }
+  // Opens an unnamed filter of `type` delivering to `deliveries`, sets `pid` and starts it.
+  OmbrixHalFilterHandle openStarted(OmbrixHalFilterType type, uint32_t pid, Deliveries& deliveries,
+                                    OmbrixHalFilterParameter parameter = {}) {
+    OmbrixHalFilterHandle filter = OmbrixHalFilterOpen(tuner, type, nullptr, Deliveries::record, &deliveries);
+    parameter.pid = pid;
+    EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter), 1);
+    EXPECT_EQ(OmbrixHalFilterStart(filter), 1);
+    return filter;
+  }
+
+  std::string path;
+  OmbrixHalTunerHandle tuner = nullptr;
+};
+
+}  // namespace ombrixhal::test
+
+#endif
