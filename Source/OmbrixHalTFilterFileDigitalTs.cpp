@@ -6,6 +6,7 @@
 #include "OmbrixHalMemory.h"
 #include "OmbrixHalTFilterHead.h"
 #include "OmbrixHalTModule.h"
+#include "OmbrixHalTTunerHead.h"
 
 namespace {
 
@@ -17,6 +18,14 @@ struct FileDigitalTsFilter {
 
 FileDigitalTsFilter* asFileDigitalTsFilter(OmbrixHalFilterHandle aThis) noexcept {
   return ombrixhal::filterKindOf<FileDigitalTsFilter>(aThis);
+}
+
+// Tells the tuner which packets this filter acts on, so that it is not called for the others.
+void announcePid(const FileDigitalTsFilter& filter) noexcept {
+  OmbrixHalTunerHandle tuner = filter.head.tuner;
+  if (filter.parameterSet && tuner->SetHandlerPid != nullptr) {
+    tuner->SetHandlerPid(tuner, const_cast<OmbrixHalFilterHead*>(&filter.head), filter.head.parameter.pid);
+  }
 }
 
 constexpr OmbrixHalFilterOperations kFileDigitalTsOperations = {
@@ -68,6 +77,7 @@ OmbrixHalBool OmbrixHalFilterFileDigitalTsSetFilterHandler(OmbrixHalFilterHandle
   }
   This->handler = aHandler;
   This->context = aContext;
+  announcePid(*asFileDigitalTsFilter(This));
   return 1;
 }
 
@@ -78,6 +88,7 @@ OmbrixHalBool OmbrixHalFilterFileDigitalTsSetParameter(OmbrixHalFilterHandle Thi
   }
   This->parameter = *aParameter;
   asFileDigitalTsFilter(This)->parameterSet = 1;
+  announcePid(*asFileDigitalTsFilter(This));
   return 1;
 }
 

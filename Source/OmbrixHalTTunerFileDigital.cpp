@@ -45,6 +45,9 @@ constexpr uint32_t kFinishPollMs = 100;
 constexpr int32_t kSeekStart = 0;
 constexpr int32_t kSeekCurrent = 1;
 
+constexpr uint32_t kPidCount = 0x2000;
+constexpr uint16_t kAnyPid = 0xffff;
+
 static_assert(kChunkSize == 256 * kPacketSize);
 static_assert(kHandlerCount == 64, "the occupied mask has one bit per handler entry");
 
@@ -72,6 +75,12 @@ struct FileDigitalTuner {
   // Bit i is set while Handlers[i] is taken, so delivery visits only the taken entries, in
   // table order.
   uint64_t Occupied;
+  // Each taken entry stands in one of these: the entries that want every packet, and per PID
+  // those that take only packets of that PID (filter roots that said so). A packet then visits
+  // only the entries that can act on it.
+  uint64_t AnyPid;
+  uint64_t* PidMasks;  // kPidCount words
+  uint16_t HandlerPid[kHandlerCount];  // kAnyPid, or the PID whose mask holds the entry
   // Whether the application side holds PaceGate. Entered and left in matching pairs only:
   // leaving a free gate would fail, and a paced play restarted would release it twice.
   bool GateHeld;
@@ -191,16 +200,41 @@ bool readChunk(FileDigitalTuner& tuner) noexcept {
 }
 
 void dispatch(FileDigitalTuner& tuner, const uint8_t* packet) noexcept {
-  // A handler may unregister itself or another handler: the mask is read again after each
+  const uint64_t& samePid = tuner.PidMasks[(packet[1] & 0x1fu) << 8 | packet[2]];
+  // A handler may unregister itself or another handler: the masks are read again after each
   // call, so no handler is called after its removal.
-  uint64_t pending = tuner.Occupied;
+  uint64_t pending = tuner.AnyPid | samePid;
   while (pending != 0) {
     const int index = std::countr_zero(pending);
     const HandlerEntry entry = tuner.Handlers[index];
     entry.handler(nullptr, packet, kPacketSize, entry.context);
-    pending = tuner.Occupied & ((~uint64_t{0} << index) << 1);
+    pending = (tuner.AnyPid | samePid) & ((~uint64_t{0} << index) << 1);
   }
 }
+
+// Under StateLock: takes entry `index` out of the mask it stands in.
+void unindexEntry(FileDigitalTuner& tuner, int index) noexcept {
+  const uint64_t bit = uint64_t{1} << index;
+  if (tuner.HandlerPid[index] == kAnyPid) {
+    tuner.AnyPid &= ~bit;
+  } else {
+    tuner.PidMasks[tuner.HandlerPid[index]] &= ~bit;
+  }
+}
+
+// Under StateLock: entry `index` takes packets of `pid` only, or every packet.
+void indexEntry(FileDigitalTuner& tuner, int index, uint32_t pid) noexcept {
+  const uint64_t bit = uint64_t{1} << index;
+  if (pid < kPidCount) {
+    tuner.HandlerPid[index] = static_cast<uint16_t>(pid);
+    tuner.PidMasks[pid] |= bit;
+  } else {
+    tuner.HandlerPid[index] = kAnyPid;
+    tuner.AnyPid |= bit;
+  }
+}
+
+void setHandlerPid(OmbrixHalTunerHandle aThis, void* aContext, uint32_t aPid) noexcept;
 
 // Under StateLock: the next packet, or NULL when the play has ended or the file gives no more.
 const uint8_t* nextPacket(FileDigitalTuner& tuner) noexcept {
@@ -322,6 +356,7 @@ uint32_t signalOf(OmbrixHalTunerHandle aThis, const char* functionName) noexcept
 }
 
 void freeTuner(FileDigitalTuner* tuner) noexcept {
+  OmbrixHalMemoryFree(tuner->PidMasks);
   OmbrixHalMemoryFree(tuner->Buffer);
   tuner->~FileDigitalTuner();
   OmbrixHalMemoryFree(tuner);
@@ -351,12 +386,15 @@ OmbrixHalTunerHandle OmbrixHalTunerFileDigitalCreate(void) noexcept {
   }
   auto* tuner = new (memory) FileDigitalTuner{};
   tuner->Buffer = static_cast<uint8_t*>(OmbrixHalMemoryAllocate(kChunkSize));
-  if (tuner->Buffer == nullptr) {
+  tuner->PidMasks = static_cast<uint64_t*>(OmbrixHalMemoryAllocate(kPidCount * sizeof(uint64_t)));
+  if (tuner->Buffer == nullptr || tuner->PidMasks == nullptr) {
     freeTuner(tuner);
     return nullptr;
   }
   ombrixhal::initTunerHead(tuner->head, kFileDigitalOperations, OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE);
   tuner->head.ReceivePackets = receivePackets;
+  tuner->head.SetHandlerPid = setHandlerPid;
+  std::fill_n(tuner->PidMasks, kPidCount, uint64_t{0});
   tuner->StateLock = OmbrixHalCriticalSectionCreate();
   tuner->PaceGate = OmbrixHalCriticalSectionCreate();
   if (tuner->StateLock == nullptr || tuner->PaceGate == nullptr) {
@@ -496,9 +534,10 @@ OmbrixHalBool OmbrixHalTunerFileDigitalRegisterPacketHandler(OmbrixHalTunerHandl
   if (free == 0) {
     return 0;
   }
-  const int index = std::countr_zero(free);
-  tuner->Handlers[index] = {aHandler, aContext};
-  tuner->Occupied |= uint64_t{1} << index;
+  const int entry = std::countr_zero(free);
+  tuner->Handlers[entry] = {aHandler, aContext};
+  tuner->Occupied |= uint64_t{1} << entry;
+  indexEntry(*tuner, entry, OMBRIX_HAL_FILTER_PID_ALL);
   return 1;
 }
 
@@ -511,15 +550,32 @@ OmbrixHalBool OmbrixHalTunerFileDigitalUnregisterPacketHandler(OmbrixHalTunerHan
   }
   StateGuard guard(*tuner);
   for (uint64_t pending = tuner->Occupied; pending != 0; pending &= pending - 1) {
-    const int index = std::countr_zero(pending);
-    if (tuner->Handlers[index].context == aContext) {
-      tuner->Handlers[index] = {};
-      tuner->Occupied &= ~(uint64_t{1} << index);
+    const int entry = std::countr_zero(pending);
+    if (tuner->Handlers[entry].context == aContext) {
+      unindexEntry(*tuner, entry);
+      tuner->Handlers[entry] = {};
+      tuner->Occupied &= ~(uint64_t{1} << entry);
       return 1;
     }
   }
   return 0;
 }
+
+namespace {
+
+void setHandlerPid(OmbrixHalTunerHandle aThis, void* aContext, uint32_t aPid) noexcept {
+  FileDigitalTuner& tuner = *asFileDigitalTuner(aThis);
+  StateGuard guard(tuner);
+  for (uint64_t pending = tuner.Occupied; pending != 0; pending &= pending - 1) {
+    const int entry = std::countr_zero(pending);
+    if (tuner.Handlers[entry].context == aContext) {
+      unindexEntry(tuner, entry);
+      indexEntry(tuner, entry, aPid);
+    }
+  }
+}
+
+}  // namespace
 
 uint32_t OmbrixHalTunerFileDigitalGetSignalStrength(OmbrixHalTunerHandle This) noexcept {
   return signalOf(This, kGetSignalStrengthName);

@@ -22,6 +22,9 @@ struct OmbrixHalTunerHead {
   // Optional: delivers up to aCount packets exactly as aCount calls of the Receive slot would,
   // and returns how many came; for a kind that can pull a batch more cheaply.
   uint32_t (*ReceivePackets)(OmbrixHalTunerHandle aThis, uint32_t aCount);
+  // Optional: the packet handler registered with aContext acts only on packets of aPid (a PID
+  // above 0x1fff: on every packet), so a kind may leave it out for the others.
+  void (*SetHandlerPid)(OmbrixHalTunerHandle aThis, void* aContext, uint32_t aPid);
 };
 
 static_assert(sizeof(OmbrixHalTunerOperations) == 12 * sizeof(void (*)()));
