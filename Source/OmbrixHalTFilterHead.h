@@ -53,6 +53,11 @@ namespace ombrixhal {
 void addLiveFilter(OmbrixHalFilterHandle aFilter) noexcept;
 void removeLiveFilter(OmbrixHalFilterHandle aFilter) noexcept;
 
+// A chain whose last map filter was closed by a client's handler during delivery waits for its
+// root to finish the packet: a root calls this once its handler has returned, and touches
+// nothing of itself afterwards.
+void destroyDeferredChains() noexcept;
+
 // The kind behind a handle. Each kind wraps this once, as asSectionFilter(This) and the like.
 template <typename Kind>
 Kind* filterKindOf(OmbrixHalFilterHandle aThis) noexcept {

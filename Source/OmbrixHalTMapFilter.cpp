@@ -30,8 +30,15 @@ MapFilter* asMapFilter(OmbrixHalFilterHandle aThis) noexcept {
 // the delivery thread without a lock.
 OmbrixHalFilterHandle realFilters = nullptr;
 
+// The chain whose output this thread is fanning out, and the chains whose last client closed
+// its map filter from inside that fan-out: the chain's own filters are still on the call stack
+// then, so they are taken apart only when its root has finished the packet.
+thread_local OmbrixHalFilterHandle fanningOut = nullptr;
+thread_local OmbrixHalFilterHandle deferredChains = nullptr;
+
 void fanOut(OmbrixHalFilterHandle aRealFilter, const uint8_t* aData, uint32_t aLength, void* aContext) noexcept {
-  static_cast<void>(aRealFilter);
+  const OmbrixHalFilterHandle outer = fanningOut;
+  fanningOut = aRealFilter;
   for (auto map = static_cast<OmbrixHalFilterHandle>(aContext); map != nullptr;) {
     // A client's handler may close its own map filter.
     const OmbrixHalFilterHandle next = map->next;
@@ -40,6 +47,7 @@ void fanOut(OmbrixHalFilterHandle aRealFilter, const uint8_t* aData, uint32_t aL
     }
     map = next;
   }
+  fanningOut = outer;
 }
 
 bool hasEverySlotAMapFilterUses(const OmbrixHalFilterHead& real) noexcept {
@@ -103,7 +111,11 @@ void detach(MapFilter& map) noexcept {
   map.realFilter = nullptr;
   if (real->context == nullptr) {
     realFilters = OmbrixHalFilterRemoveFilterFromList(realFilters, real);
-    real->operations.Destroy(real);
+    if (real == fanningOut) {
+      deferredChains = OmbrixHalFilterAddFilterToList(deferredChains, real);
+    } else {
+      real->operations.Destroy(real);
+    }
   } else if (wasRunning) {
     real->operations.Start(real);
   }
@@ -130,6 +142,19 @@ constexpr OmbrixHalFilterOperations kMapFilterOperations = {
 };
 
 }  // namespace
+
+namespace ombrixhal {
+
+void destroyDeferredChains() noexcept {
+  while (deferredChains != nullptr) {
+    OmbrixHalFilterHandle real = deferredChains;
+    deferredChains = real->next;
+    real->next = nullptr;
+    real->operations.Destroy(real);
+  }
+}
+
+}  // namespace ombrixhal
 
 OmbrixHalFilterHandle OmbrixHalMapFilterOpen(OmbrixHalTunerHandle aTuner, OmbrixHalFilterType aType,
                                              OmbrixHalFilterHandler aHandler, void* aContext) noexcept {

@@ -97,7 +97,7 @@ TEST_F(MapFilterSharing, APidChangeMovesTheClientToAnotherChain) {
   OmbrixHalFilterClose(b);
 }
 
-TEST_F(MapFilterSharing, AHandlerMayCloseItsOwnFilterDuringDelivery) {
+TEST_F(MapFilterSharing, AHandlerMayCloseItsOwnFilterDuringDeliveryEvenTheLastOfItsChain) {
   static OmbrixHalFilterHandle closing;
   static int calls;
   calls = 0;
@@ -113,7 +113,13 @@ TEST_F(MapFilterSharing, AHandlerMayCloseItsOwnFilterDuringDelivery) {
   play(kStream);
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(first.data(), (std::vector{kPid12, kPid12}));
+  // The last client of a chain too: the chain goes once its packet is through.
   OmbrixHalFilterClose(kept);
+  closing = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, closeSelf, nullptr);
+  ASSERT_EQ(setPid(closing, 0x12), 1);
+  ASSERT_EQ(OmbrixHalFilterStart(closing), 1);
+  play(kStream);
+  EXPECT_EQ(calls, 2);
 }
 
 TEST_F(MapFilterSharing, AFilterWithoutParameterCannotStartAndClosesCleanly) {
