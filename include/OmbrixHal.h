@@ -8,6 +8,7 @@
 #include "OmbrixHalDateTime.h"
 #include "OmbrixHalFile.h"
 #include "OmbrixHalFilter.h"
+#include "OmbrixHalFilterTsToSection.h"
 #include "OmbrixHalFrame.h"
 #include "OmbrixHalKeyEvent.h"
 #include "OmbrixHalLogger.h"
