@@ -10,6 +10,7 @@
 #include "OmbrixHalFilter.h"
 #include "OmbrixHalFilterFileAnalogEpr.h"
 #include "OmbrixHalFilterFileDigitalTs.h"
+#include "OmbrixHalFilterTsToSection.h"
 #include "OmbrixHalFrame.h"
 #include "OmbrixHalKeyEvent.h"
 #include "OmbrixHalLogger.h"

@@ -1,0 +1,29 @@
+# Muxes the transport streams that the demultiplexer is cross-checked against, from FFmpeg's own
+# test sources, and writes beside each what FFmpeg reports of it: the program and stream table
+# (ffprobe, flat format) and each elementary stream as FFmpeg's stream copy gives it.
+# -DFFMPEG=... -DFFPROBE=... -DOUT_DIR=...
+file(MAKE_DIRECTORY ${OUT_DIR})
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result ERROR_VARIABLE errors)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "failed (${result}): ${ARGN}\n${errors}")
+  endif()
+endfunction()
+
+function(mux name)
+  set(ts ${OUT_DIR}/${name}.ts)
+  run(${FFMPEG} -hide_banner -loglevel error -y
+      -f lavfi -i testsrc=size=352x288:rate=25 -f lavfi -i sine=frequency=1000:sample_rate=48000 -t 6
+      ${ARGN} -metadata service_name=Ombrix-${name} -metadata service_provider=Ombrix
+      -mpegts_service_id 0x4242 -f mpegts ${ts})
+  run(${FFPROBE} -v error -show_entries
+      program=program_id,pmt_pid,pcr_pid:stream=id,codec_type:program_tags=service_name -of flat ${ts}
+      OUTPUT_FILE ${OUT_DIR}/${name}.probe)
+  run(${FFMPEG} -hide_banner -loglevel error -y -i ${ts}
+      -map 0:v:0 -c copy -f data ${OUT_DIR}/${name}.video.es
+      -map 0:a:0 -c copy -f data ${OUT_DIR}/${name}.audio.es)
+endfunction()
+
+mux(mpeg2 -c:v mpeg2video -b:v 2M -c:a mp2)
+mux(h264 -c:v libx264 -preset veryfast -c:a aac)
