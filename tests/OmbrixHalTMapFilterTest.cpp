@@ -1,6 +1,7 @@
 // Tests of map filters on a file tuner: sharing of real chains by PID, type and tuner, the
 // fan-out to started clients, and attach and detach as clients come, change and go.
 #include "OmbrixHalFileTunerFixture.h"
+#include "OmbrixHalSectionBuilder.h"
 
 namespace ombrixhal::test {
 namespace {
@@ -120,6 +121,22 @@ TEST_F(MapFilterSharing, AHandlerMayCloseItsOwnFilterDuringDeliveryEvenTheLastOf
   ASSERT_EQ(OmbrixHalFilterStart(closing), 1);
   play(kStream);
   EXPECT_EQ(calls, 2);
+}
+
+TEST_F(MapFilterSharing, StoppingOneOfTwoClientsRestartsTheChainForTheOther) {
+  const Bytes table = section(0x42, 300);
+  const std::vector<Bytes> carriers = sectionPackets(table);
+  ASSERT_EQ(carriers.size(), 2u);
+  OmbrixHalFilterHandle a = openStarted(OMBRIX_HAL_FILTER_TYPE_SECTION, 0x100, first);
+  OmbrixHalFilterHandle b = openStarted(OMBRIX_HAL_FILTER_TYPE_SECTION, 0x100, second);
+  load(concatenate({carriers[0], carriers[1], carriers[0], carriers[1]}));
+  ASSERT_EQ(OmbrixHalTunerReceive(tuner, 1), 1);
+  ASSERT_EQ(OmbrixHalFilterStop(a), 1);  // the section begun is lost with the restart
+  ASSERT_EQ(OmbrixHalTunerReceive(tuner, 3), 1);
+  EXPECT_TRUE(first.calls.empty());
+  EXPECT_EQ(second.data(), std::vector<Bytes>{table});
+  OmbrixHalFilterClose(a);
+  OmbrixHalFilterClose(b);
 }
 
 TEST_F(MapFilterSharing, AFilterWithoutParameterCannotStartAndClosesCleanly) {

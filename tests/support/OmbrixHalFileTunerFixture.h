@@ -43,11 +43,15 @@ class FileTunerTest : public HalTest {
     std::remove(path.c_str());
     HalTest::TearDown();
   }
+  // Tunes to `stream`, to be pulled from its start.
+  void load(const Bytes& stream) {
+    writeBytes(path, stream);
+    ASSERT_EQ(OmbrixHalTunerSetParameterByString(tuner, ("digitalFile: name=//local/" + path).c_str()), 1);
+  }
   // Plays `stream` once from its start, pulling every whole packet through the tuner, and
   // forgets the tuner's log lines.
   void play(const Bytes& stream) {
-    writeBytes(path, stream);
-    ASSERT_EQ(OmbrixHalTunerSetParameterByString(tuner, ("digitalFile: name=//local/" + path).c_str()), 1);
+    load(stream);
     ASSERT_EQ(OmbrixHalTunerReceive(tuner, static_cast<uint32_t>(stream.size() / kTsPacketSize)), 1);
     log.clear();
   }
