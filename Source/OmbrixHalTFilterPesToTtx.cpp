@@ -66,14 +66,7 @@ constexpr OmbrixHalFilterOperations kTeletextFilterOperations = {
 }  // namespace
 
 OmbrixHalFilterHandle OmbrixHalFilterPesToTtxCreate(OmbrixHalFilterHandle aParent) noexcept {
-  auto* filter =
-      ombrixhal::createStageKind<TeletextFilter>(aParent, OMBRIX_HAL_FILTER_TYPE_PES, OMBRIX_HAL_FILTER_TYPE_TELETEXT,
-                                                 kTeletextFilterOperations, __FILE__, __LINE__);
-  if (filter == nullptr) {
-    return nullptr;
-  }
-  ombrixhal::addLiveFilter(&filter->head);
-  return &filter->head;
+  return ombrixhal::createStageKind<TeletextFilter>(aParent, OMBRIX_HAL_FILTER_TYPE_PES, OMBRIX_HAL_FILTER_TYPE_TELETEXT, kTeletextFilterOperations, __FILE__, __LINE__);
 }
 
 OmbrixHalBool OmbrixHalFilterPesToTtxDestroy(OmbrixHalFilterHandle This) noexcept {

@@ -12,12 +12,23 @@
 
 namespace ombrixhal {
 
-// Allocates (charged to the kind's `file` and `line`) and zeroes the kind on `parent`, which
-// must be of `parentType`; NULL otherwise. The kind finishes its own fields and then calls
-// addLiveFilter.
 template <typename Kind>
-Kind* createStageKind(OmbrixHalFilterHandle parent, OmbrixHalFilterType parentType, OmbrixHalFilterType type,
-                      const OmbrixHalFilterOperations& operations, const char* file, int line) noexcept {
+void destroyStageKind(Kind& kind, bool hooked, const char* file, int line) noexcept;
+
+struct NothingToPrepare {
+  template <typename Kind>
+  bool operator()(Kind&) const noexcept {
+    return true;
+  }
+};
+
+// Allocates (charged to the kind's `file` and `line`) and zeroes the kind on `parent`, which
+// must be of `parentType`, lets `prepare` take the kind's own resources, and makes it live.
+// NULL when any of it fails, with nothing left behind.
+template <typename Kind, typename Prepare = NothingToPrepare>
+OmbrixHalFilterHandle createStageKind(OmbrixHalFilterHandle parent, OmbrixHalFilterType parentType,
+                                      OmbrixHalFilterType type, const OmbrixHalFilterOperations& operations,
+                                      const char* file, int line, Prepare prepare = {}) noexcept {
   if (parent == nullptr || parent->type != parentType) {
     return nullptr;
   }
@@ -29,11 +40,16 @@ Kind* createStageKind(OmbrixHalFilterHandle parent, OmbrixHalFilterType parentTy
   kind->head.operations = operations;
   kind->head.type = type;
   kind->stage.parent = parent;
-  return kind;
+  if (!prepare(*kind)) {
+    destroyStageKind(*kind, false, file, line);
+    return nullptr;
+  }
+  addLiveFilter(&kind->head);
+  return &kind->head;
 }
 
-// Frees what createStageKind made, closing the parent if the stage owns it by then. Safe on a
-// kind that never reached addLiveFilter.
+// Frees what createStageKind made (the kind frees its own resources first), closing the parent
+// if the stage owns it by then. Safe on a kind that never reached addLiveFilter.
 template <typename Kind>
 void destroyStageKind(Kind& kind, bool hooked, const char* file, int line) noexcept {
   removeLiveFilter(&kind.head);

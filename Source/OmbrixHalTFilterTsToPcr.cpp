@@ -63,13 +63,7 @@ constexpr OmbrixHalFilterOperations kPcrFilterOperations = {
 }  // namespace
 
 OmbrixHalFilterHandle OmbrixHalFilterTsToPcrCreate(OmbrixHalFilterHandle aParent) noexcept {
-  auto* filter = ombrixhal::createStageKind<PcrFilter>(aParent, OMBRIX_HAL_FILTER_TYPE_TS, OMBRIX_HAL_FILTER_TYPE_PCR,
-                                                       kPcrFilterOperations, __FILE__, __LINE__);
-  if (filter == nullptr) {
-    return nullptr;
-  }
-  ombrixhal::addLiveFilter(&filter->head);
-  return &filter->head;
+  return ombrixhal::createStageKind<PcrFilter>(aParent, OMBRIX_HAL_FILTER_TYPE_TS, OMBRIX_HAL_FILTER_TYPE_PCR, kPcrFilterOperations, __FILE__, __LINE__);
 }
 
 OmbrixHalBool OmbrixHalFilterTsToPcrDestroy(OmbrixHalFilterHandle This) noexcept {

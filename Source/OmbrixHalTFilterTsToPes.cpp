@@ -41,6 +41,11 @@ void deliver(PesFilter& filter, uint32_t length) noexcept {
   filter.head.handler(&filter.head, filter.buffer, length, filter.head.context);
 }
 
+bool takeBuffer(PesFilter& filter) noexcept {
+  filter.buffer = static_cast<uint8_t*>(OmbrixHalMemoryAllocate(kBufferSize));
+  return filter.buffer != nullptr;
+}
+
 void destroy(PesFilter& filter, bool hooked) noexcept {
   OmbrixHalMemoryFree(filter.buffer);
   ombrixhal::destroyStageKind(filter, hooked, __FILE__, __LINE__);
@@ -60,18 +65,8 @@ constexpr OmbrixHalFilterOperations kPesFilterOperations = {
 }  // namespace
 
 OmbrixHalFilterHandle OmbrixHalFilterTsToPesCreate(OmbrixHalFilterHandle aParent) noexcept {
-  auto* filter = ombrixhal::createStageKind<PesFilter>(aParent, OMBRIX_HAL_FILTER_TYPE_TS, OMBRIX_HAL_FILTER_TYPE_PES,
-                                                       kPesFilterOperations, __FILE__, __LINE__);
-  if (filter == nullptr) {
-    return nullptr;
-  }
-  filter->buffer = static_cast<uint8_t*>(OmbrixHalMemoryAllocate(kBufferSize));
-  if (filter->buffer == nullptr) {
-    destroy(*filter, false);
-    return nullptr;
-  }
-  ombrixhal::addLiveFilter(&filter->head);
-  return &filter->head;
+  return ombrixhal::createStageKind<PesFilter>(aParent, OMBRIX_HAL_FILTER_TYPE_TS, OMBRIX_HAL_FILTER_TYPE_PES,
+                                               kPesFilterOperations, __FILE__, __LINE__, takeBuffer);
 }
 
 OmbrixHalBool OmbrixHalFilterTsToPesDestroy(OmbrixHalFilterHandle This) noexcept {
