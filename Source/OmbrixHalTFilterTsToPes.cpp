@@ -9,9 +9,9 @@
 namespace {
 
 constexpr uint32_t kBufferSize = OMBRIX_HAL_FILTER_PES_BUFFER_SIZE;
-constexpr uint8_t kUnitStartBit = 0x40;   // payload_unit_start_indicator, in byte 1
-constexpr uint32_t kPesHeaderSize = 6;    // start code prefix, stream_id, PES_packet_length
-constexpr uint32_t kLengthHighOffset = 4; // PES_packet_length, from the payload start
+constexpr uint8_t kUnitStartBit = 0x40;    // payload_unit_start_indicator, in byte 1
+constexpr uint32_t kPesHeaderSize = 6;     // start code prefix, stream_id, PES_packet_length
+constexpr uint32_t kLengthHighOffset = 4;  // PES_packet_length, from the payload start
 constexpr uint32_t kLengthLowOffset = 5;
 
 static_assert(kBufferSize == 65536);
@@ -21,7 +21,8 @@ struct PesFilter {
   OmbrixHalFilterHead head;
   ombrixhal::FilterStage stage;
   uint8_t* buffer;
-  // Only the delivery thread assembles; Start and Reset come while the parent is still.
+  // Only the delivery thread assembles: Start comes while the parent is stopped, and a tuner
+  // resets under the lock it delivers under.
   uint32_t expectedLength;  // PES_packet_length + 6; 0 while unbounded
   uint32_t collected;
   uint32_t unbounded;

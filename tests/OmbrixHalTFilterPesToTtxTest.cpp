@@ -86,12 +86,6 @@ TEST_F(TeletextLines, TrailingPartialUnitIsNotDelivered) {
   EXPECT_EQ(deliveries.data, (std::vector<Bytes>{deliveredLine(0x01)}));
 }
 
-TEST_F(TeletextLines, NothingWhileStopped) {
-  ASSERT_TRUE(OmbrixHalFilterPesToTtxStop(filter));
-  parent->deliver(teletextPes(0x10, {teletextUnit(0x02, 0)}));
-  EXPECT_TRUE(deliveries.data.empty());
-}
-
 class TeletextChain : public HalTest {};
 
 TEST_F(TeletextChain, LinesComeFromTsPacketsThroughARealPesFilter) {

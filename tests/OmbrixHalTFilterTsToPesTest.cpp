@@ -121,16 +121,6 @@ TEST_F(PesAssembly, ResetDropsThePartialPacket) {
   EXPECT_TRUE(deliveries.data.empty());
 }
 
-TEST_F(PesAssembly, PacketsOfAnotherLengthOrWithoutPayloadAreIgnored) {
-  std::vector<Bytes> packets = tsPacketsOf(pesPacket(300));
-  Bytes longer = packets[0];
-  longer.push_back(0);
-  Bytes adaptationOnly = packets[0];
-  adaptationOnly[3] = 0x20;
-  deliver({longer, adaptationOnly, packets[1]});
-  EXPECT_TRUE(deliveries.data.empty());
-}
-
 class PesFilterLife : public HalTest {};
 
 TEST_F(PesFilterLife, CreateNeedsATsParent) {
