@@ -45,7 +45,9 @@ std::map<std::string, std::string> readProbe(const std::string& path) {
 
 uint32_t number(const std::string& text) { return static_cast<uint32_t>(std::stoul(text, nullptr, 0)); }
 
+// A 13-bit PID and a 12-bit length, after their reserved bits.
 uint32_t word(const Bytes& bytes, size_t at) { return (bytes[at] & 0x1fu) << 8 | bytes[at + 1]; }
+uint32_t length(const Bytes& bytes, size_t at) { return (bytes[at] & 0x0fu) << 8 | bytes[at + 1]; }
 
 // The ES bytes of the last PES packet of one PID, found by a plain scan of the file.
 Bytes lastPesPayload(const Bytes& ts, uint32_t pid) {
@@ -113,9 +115,9 @@ TEST_P(DemuxCrossCheck, TablesAndElementaryStreamsAreWhatFfmpegReports) {
   ASSERT_FALSE(pmt.calls.empty());
   const Bytes& pmtSection = pmt.calls[0].second;
   EXPECT_EQ(word(pmtSection, 8), number(probe["pcr_pid"]));
-  const size_t firstStream = 12 + word(pmtSection, 10);
+  const size_t firstStream = 12 + length(pmtSection, 10);
   EXPECT_EQ(word(pmtSection, firstStream + 1), videoPid);
-  EXPECT_EQ(word(pmtSection, firstStream + 6 + word(pmtSection, firstStream + 3)), audioPid);
+  EXPECT_EQ(word(pmtSection, firstStream + 6 + length(pmtSection, firstStream + 3)), audioPid);
   ASSERT_FALSE(sdt.calls.empty());
   const std::string sdtText(sdt.calls[0].second.begin(), sdt.calls[0].second.end());
   EXPECT_NE(sdtText.find(probe["tags.service_name"]), std::string::npos);

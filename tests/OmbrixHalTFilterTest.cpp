@@ -117,6 +117,38 @@ TEST_F(FilterLogging, AFailedSetIsLoggedUnderTheGetParameterNameAndUnnamedFilter
   OmbrixHalFilterClose(named);
 }
 
+using FilterChains = FileTunerTest;
+
+TEST_F(FilterChains, StagesStandOnTheRootInTheirOrderAndAFailedChainLeavesNothing) {
+  const OmbrixHalFilterHandler ignore = [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {};
+  // Teletext on a TS root: TS, then PES, then teletext; closing the top closes them all.
+  OmbrixHalFilterHandle top = OmbrixHalFilterCreateRealFilter(tuner, OMBRIX_HAL_FILTER_TYPE_TELETEXT, ignore, nullptr);
+  ASSERT_NE(top, nullptr);
+  EXPECT_EQ(OmbrixHalFilterGetType(top), OMBRIX_HAL_FILTER_TYPE_TELETEXT);
+  EXPECT_EQ(OmbrixHalFilterClose(top), 1);
+  // On a PES root only the teletext stage is added; a section stage cannot stand there, and the
+  // root stays as it was.
+  FakeParentFilter* pesRoot = createFakeParent(OMBRIX_HAL_FILTER_TYPE_PES);
+  const int destroyed = FakeParentFilter::destroyed;
+  EXPECT_EQ(OmbrixHalFilterCreateChain(&pesRoot->head, OMBRIX_HAL_FILTER_TYPE_SECTION, ignore, nullptr), nullptr);
+  EXPECT_EQ(FakeParentFilter::destroyed, destroyed);
+  top = OmbrixHalFilterCreateChain(&pesRoot->head, OMBRIX_HAL_FILTER_TYPE_TELETEXT, ignore, nullptr);
+  ASSERT_NE(top, nullptr);
+  EXPECT_EQ(pesRoot->inputContext, top);
+  EXPECT_EQ(OmbrixHalFilterClose(top), 1);
+  EXPECT_EQ(FakeParentFilter::destroyed, destroyed + 1) << "the top closes its root";
+  // An unknown type, or a root that refuses the handler, costs the root.
+  EXPECT_EQ(OmbrixHalFilterCreateChain(&createFakeParent()->head, 5, ignore, nullptr), nullptr);
+  FakeParentFilter* refusing = createFakeParent();
+  refusing->refuseHandler = true;
+  EXPECT_EQ(OmbrixHalFilterCreateChain(&refusing->head, OMBRIX_HAL_FILTER_TYPE_TS, ignore, nullptr), nullptr);
+  EXPECT_EQ(FakeParentFilter::destroyed, destroyed + 3);
+  EXPECT_EQ(OmbrixHalFilterCreateChain(nullptr, OMBRIX_HAL_FILTER_TYPE_TS, ignore, nullptr), nullptr);
+  // The factory makes roots for DVB-T tuners only, of the five types only.
+  EXPECT_EQ(OmbrixHalFilterFactoryCreateFilter(tuner, OMBRIX_HAL_FILTER_TYPE_TS, ignore, nullptr), nullptr);
+  EXPECT_EQ(log.lines(), std::vector<LogLine>{});
+}
+
 using FilterLists = HalTest;
 
 TEST_F(FilterLists, PushInFrontAndUnlinkAnywhere) {

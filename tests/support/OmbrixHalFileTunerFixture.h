@@ -3,6 +3,7 @@
 #ifndef OMBRIX_HAL_FILE_TUNER_FIXTURE_H
 #define OMBRIX_HAL_FILE_TUNER_FIXTURE_H
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -34,6 +35,7 @@ class FileTunerTest : public HalTest {
   void SetUp() override {
     HalTest::SetUp();
     path = std::string("stream-") + ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".ts";
+    std::replace(path.begin(), path.end(), '/', '-');  // parameterised tests have a '/' in their names
     tuner = OmbrixHalTunerOpen("digitalFile");
     ASSERT_NE(tuner, nullptr);
     log.clear();

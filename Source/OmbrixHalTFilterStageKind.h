@@ -1,0 +1,117 @@
+// Private: what the PES, PCR and teletext kinds share beyond the stage helpers: making and
+// freeing a stage object, and the slots that do nothing kind-specific. A stage kind is a
+// standard-layout struct with `OmbrixHalFilterHead head` first and `FilterStage stage` after it.
+// Every slot here also serves as an export, so each tolerates a NULL handle.
+#ifndef OMBRIX_HAL_T_FILTER_STAGE_KIND_H
+#define OMBRIX_HAL_T_FILTER_STAGE_KIND_H
+
+#include <new>
+
+#include "OmbrixHalMemory.h"
+#include "OmbrixHalTFilterHead.h"
+
+namespace ombrixhal {
+
+template <typename Kind>
+void destroyStageKind(Kind& kind, bool hooked, const char* file, int line) noexcept;
+
+struct NothingToPrepare {
+  template <typename Kind>
+  bool operator()(Kind&) const noexcept {
+    return true;
+  }
+};
+
+// Allocates (charged to the kind's `file` and `line`) and zeroes the kind on `parent`, which
+// must be of `parentType`, lets `prepare` take the kind's own resources, and makes it live.
+// NULL when any of it fails, with nothing left behind.
+template <typename Kind, typename Prepare = NothingToPrepare>
+OmbrixHalFilterHandle createStageKind(OmbrixHalFilterHandle parent, OmbrixHalFilterType parentType,
+                                      OmbrixHalFilterType type, const OmbrixHalFilterOperations& operations,
+                                      const char* file, int line, Prepare prepare = {}) noexcept {
+  if (parent == nullptr || parent->type != parentType) {
+    return nullptr;
+  }
+  void* memory = OmbrixHalMemoryAllocate_(sizeof(Kind), file, static_cast<uint32_t>(line));
+  if (memory == nullptr) {
+    return nullptr;
+  }
+  auto* kind = new (memory) Kind{};
+  kind->head.operations = operations;
+  kind->head.type = type;
+  kind->stage.parent = parent;
+  if (!prepare(*kind)) {
+    destroyStageKind(*kind, false, file, line);
+    return nullptr;
+  }
+  addLiveFilter(&kind->head);
+  return &kind->head;
+}
+
+// Frees what createStageKind made (the kind frees its own resources first), closing the parent
+// if the stage owns it by then. Safe on a kind that never reached addLiveFilter.
+template <typename Kind>
+void destroyStageKind(Kind& kind, bool hooked, const char* file, int line) noexcept {
+  removeLiveFilter(&kind.head);
+  closeStageParent(kind.stage, hooked);
+  kind.~Kind();
+  OmbrixHalMemoryFree_(&kind, file, static_cast<uint32_t>(line));
+}
+
+// SetFilterHandler of the kinds that need someone to deliver to.
+template <typename Kind>
+OmbrixHalBool hookStageKind(OmbrixHalFilterHandle aThis, OmbrixHalFilterHandler input, OmbrixHalFilterHandler handler,
+                            void* context) noexcept {
+  if (aThis == nullptr || handler == nullptr) {
+    return 0;
+  }
+  Kind& kind = *filterKindOf<Kind>(aThis);
+  return hookStage(kind.head, kind.stage, input, handler, context);
+}
+
+template <typename Kind>
+OmbrixHalBool setStageKindParameter(OmbrixHalFilterHandle aThis, const OmbrixHalFilterParameter* parameter) noexcept {
+  if (aThis == nullptr || parameter == nullptr) {
+    return 0;
+  }
+  Kind& kind = *filterKindOf<Kind>(aThis);
+  return setStageParameter(kind.head, kind.stage, *parameter);
+}
+
+template <typename Kind>
+OmbrixHalBool getStageKindParameter(OmbrixHalFilterHandle aThis, OmbrixHalFilterParameter* parameter) noexcept {
+  if (aThis == nullptr || parameter == nullptr) {
+    return 0;
+  }
+  Kind& kind = *filterKindOf<Kind>(aThis);
+  return getStageParameter(kind.head, kind.stage, *parameter);
+}
+
+// Start of the kinds that need a parameter and a handler; `clear` resets the kind's assembly
+// state before the stage runs.
+template <typename Kind, typename Clear>
+OmbrixHalBool startStageKind(OmbrixHalFilterHandle aThis, Clear clear) noexcept {
+  if (aThis == nullptr) {
+    return 0;
+  }
+  Kind& kind = *filterKindOf<Kind>(aThis);
+  if (!kind.stage.parameterSet || kind.head.handler == nullptr) {
+    return 0;
+  }
+  clear(kind);
+  return startStage(kind.stage);
+}
+
+template <typename Kind>
+OmbrixHalBool stopStageKind(OmbrixHalFilterHandle aThis) noexcept {
+  return aThis != nullptr ? stopStage(filterKindOf<Kind>(aThis)->stage) : 0;
+}
+
+template <typename Kind>
+OmbrixHalBool isStageKindEnabled(OmbrixHalFilterHandle aThis) noexcept {
+  return aThis != nullptr ? static_cast<OmbrixHalBool>(filterKindOf<Kind>(aThis)->stage.running) : 0;
+}
+
+}  // namespace ombrixhal
+
+#endif

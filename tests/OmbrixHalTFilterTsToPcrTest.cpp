@@ -1,0 +1,166 @@
+// Tests of the PCR filter on a fake TS parent and the fake clock: the reported records, the
+// extrapolated PCR that GetParameter gives, and polling while another thread delivers.
+#include <atomic>
+#include <cstring>
+
+#include "OmbrixHalFakeClock.h"
+#include "OmbrixHalFakeFilter.h"
+#include "OmbrixHalPesBuilder.h"
+
+namespace ombrixhal::test {
+namespace {
+
+struct Record {
+  uint32_t value;
+  uint32_t packetsSincePcr;
+  bool operator==(const Record&) const = default;
+};
+
+class PcrFilterTest : public FakeClockTest {
+ protected:
+  void SetUp() override {
+    FakeClockTest::SetUp();
+    parent = createFakeParent();
+    filter = OmbrixHalFilterTsToPcrCreate(&parent->head);
+    ASSERT_NE(filter, nullptr);
+  }
+  void TearDown() override {
+    OmbrixHalFilterTsToPcrDestroy(filter);
+    FakeClockTest::TearDown();
+  }
+  void start(OmbrixHalFilterHandler handler) {
+    ASSERT_TRUE(OmbrixHalFilterTsToPcrSetFilterHandler(filter, handler, &deliveries));
+    OmbrixHalFilterParameter parameter = parameterForPid(0x100);
+    parameter.value = 0xdeadbeef;
+    ASSERT_TRUE(OmbrixHalFilterTsToPcrSetParameter(filter, &parameter));
+    ASSERT_TRUE(OmbrixHalFilterTsToPcrStart(filter));
+  }
+  uint32_t currentPcr() {
+    OmbrixHalFilterParameter parameter{};
+    EXPECT_TRUE(OmbrixHalFilterTsToPcrGetParameter(filter, &parameter));
+    EXPECT_EQ(parameter.pid, 0x100u);
+    return parameter.value;
+  }
+  std::vector<Record> records() const {
+    std::vector<Record> records;
+    for (const Bytes& data : deliveries.data) {
+      EXPECT_EQ(data.size(), sizeof(Record));
+      Record record{};
+      std::memcpy(&record, data.data(), sizeof record);
+      records.push_back(record);
+    }
+    return records;
+  }
+
+  FakeParentFilter* parent = nullptr;
+  OmbrixHalFilterHandle filter = nullptr;
+  Deliveries deliveries;
+};
+
+using PcrReporting = PcrFilterTest;
+
+TEST_F(PcrReporting, CurrentPcrIsZeroBeforeTheFirstPcr) {
+  start(Deliveries::record);
+  parent->deliver(tsPacket(1));
+  EXPECT_EQ(currentPcr(), 0u);
+}
+
+TEST_F(PcrReporting, CurrentPcrAdvances45UnitsAMillisecond) {
+  start(Deliveries::record);
+  FakeClock::setTicks(5000);
+  parent->deliver(pcrPacket(0x00000100));
+  FakeClock::advance(100);
+  EXPECT_EQ(currentPcr(), 256u + 4500u);
+}
+
+TEST_F(PcrReporting, SecondPcrCountsThePacketsSinceTheFirstIncludingItself) {
+  start(Deliveries::record);
+  parent->deliver(pcrPacket(1000));
+  for (uint32_t i = 0; i < 3; ++i) {
+    parent->deliver(tsPacket(i));
+  }
+  parent->deliver(pcrPacket(2000));
+  EXPECT_EQ(records(), (std::vector<Record>{{1000, 0}, {2000, 4}}));
+  EXPECT_EQ(deliveries.from, (std::vector<OmbrixHalFilterHandle>{filter, filter}));
+}
+
+TEST_F(PcrReporting, PacketWithoutAdaptationFieldNeverGivesAPcr) {
+  start(Deliveries::record);
+  Bytes packet = pcrPacket(1000);
+  packet[3] = 0x10;  // adaptation_field_control 1: byte 5 is payload
+  parent->deliver(packet);
+  EXPECT_TRUE(deliveries.data.empty());
+  EXPECT_EQ(currentPcr(), 0u);
+}
+
+TEST_F(PcrReporting, ResetAndRestartForgetThePcr) {
+  start(Deliveries::record);
+  parent->deliver(pcrPacket(1000));
+  OmbrixHalFilterTsToPcrReset(filter);
+  EXPECT_EQ(currentPcr(), 0u);
+  parent->deliver(pcrPacket(1000));
+  ASSERT_TRUE(OmbrixHalFilterTsToPcrStop(filter));
+  ASSERT_TRUE(OmbrixHalFilterTsToPcrStart(filter));
+  EXPECT_EQ(currentPcr(), 0u);
+}
+
+TEST_F(PcrReporting, RunsWithoutHandlerForPolling) {
+  start(nullptr);
+  parent->deliver(pcrPacket(1000));
+  EXPECT_EQ(currentPcr(), 1000u);
+}
+
+TEST_F(PcrReporting, PollingWhileAnotherThreadDelivers) {
+  start(nullptr);
+  std::atomic<bool> delivered{false};
+  runOnThreads(2, [&](int index) {
+    if (index == 0) {
+      for (uint32_t pcr = 1; pcr <= 2000; ++pcr) {
+        parent->deliver(pcrPacket(pcr));
+      }
+      delivered = true;
+      return;
+    }
+    while (!delivered) {
+      OmbrixHalFilterParameter parameter{};
+      OmbrixHalFilterTsToPcrGetParameter(filter, &parameter);
+      EXPECT_LE(parameter.value, 2000u);
+    }
+  });
+  EXPECT_EQ(currentPcr(), 2000u);
+}
+
+class PcrFilterLife : public FakeClockTest {};
+
+TEST_F(PcrFilterLife, CreateNeedsATsParent) {
+  EXPECT_EQ(OmbrixHalFilterTsToPcrCreate(nullptr), nullptr);
+  FakeParentFilter* pes = createFakeParent(OMBRIX_HAL_FILTER_TYPE_PES);
+  EXPECT_EQ(OmbrixHalFilterTsToPcrCreate(&pes->head), nullptr);
+  delete pes;
+}
+
+TEST_F(PcrFilterLife, DestroyClosesTheParentOnceHookedEvenWithoutHandler) {
+  const int destroyedBefore = FakeParentFilter::destroyed;
+  FakeParentFilter* parent = createFakeParent();
+  OmbrixHalFilterHandle filter = OmbrixHalFilterTsToPcrCreate(&parent->head);
+  ASSERT_TRUE(OmbrixHalFilterTsToPcrSetFilterHandler(filter, nullptr, nullptr));
+  ASSERT_TRUE(OmbrixHalFilterClose(filter));
+  EXPECT_EQ(FakeParentFilter::destroyed, destroyedBefore + 1);
+}
+
+TEST_F(PcrFilterLife, EveryOperationToleratesNull) {
+  OmbrixHalFilterParameter parameter{};
+  EXPECT_EQ(OmbrixHalFilterTsToPcrDestroy(nullptr), 0);
+  EXPECT_EQ(OmbrixHalFilterTsToPcrSetFilterHandler(nullptr, Deliveries::record, nullptr), 0);
+  EXPECT_EQ(OmbrixHalFilterTsToPcrSetParameter(nullptr, &parameter), 0);
+  EXPECT_EQ(OmbrixHalFilterTsToPcrGetParameter(nullptr, &parameter), 0);
+  EXPECT_EQ(OmbrixHalFilterTsToPcrStart(nullptr), 0);
+  EXPECT_EQ(OmbrixHalFilterTsToPcrStop(nullptr), 0);
+  EXPECT_EQ(OmbrixHalFilterTsToPcrIsEnabled(nullptr), 0);
+  OmbrixHalFilterTsToPcrReset(nullptr);
+  const Bytes packet = pcrPacket(1);
+  OmbrixHalFilterTsToPcrInputHandler(nullptr, packet.data(), kTsPacketSize, nullptr);
+}
+
+}  // namespace
+}  // namespace ombrixhal::test
