@@ -133,5 +133,5 @@ void OmbrixHalFilterFileDigitalTsInputHandler(void* aSource, const uint8_t* aPac
     return;
   }
   filter->head.handler(&filter->head, aPacket, kTsPacketSize, filter->head.context);
-  ombrixhal::destroyDeferredChains();
+  ombrixhal::finishDelivery();
 }

@@ -54,9 +54,17 @@ void addLiveFilter(OmbrixHalFilterHandle aFilter) noexcept;
 void removeLiveFilter(OmbrixHalFilterHandle aFilter) noexcept;
 
 // A chain whose last map filter was closed by a client's handler during delivery waits for its
-// root to finish the packet: a root calls this once its handler has returned, and touches
-// nothing of itself afterwards.
+// root to finish the packet: a root calls finishDelivery once its handler has returned, and
+// touches nothing of itself afterwards. The flag, set once the first chain was ever deferred,
+// spares every packet the look into the thread's own list.
+extern Relaxed<bool> chainsDeferred;
 void destroyDeferredChains() noexcept;
+
+inline void finishDelivery() noexcept {
+  if (chainsDeferred) {
+    destroyDeferredChains();
+  }
+}
 
 // The kind behind a handle. Each kind wraps this once, as asSectionFilter(This) and the like.
 template <typename Kind>

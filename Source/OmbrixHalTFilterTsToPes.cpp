@@ -162,7 +162,12 @@ void OmbrixHalFilterTsToPesInputHandler(OmbrixHalFilterHandle /*aParent*/, const
     filter.assembling = 0;
     return;
   }
-  std::memcpy(filter.buffer + collected, aData + start, payloadLength);
+  if (payloadLength == kTsPacketSize - 4) {
+    // The common packet without adaptation field: a copy of known size is a few vector moves.
+    std::memcpy(filter.buffer + collected, aData + 4, kTsPacketSize - 4);
+  } else {
+    std::memcpy(filter.buffer + collected, aData + start, payloadLength);
+  }
   collected += payloadLength;
   // Kept: a bounded PES packet that ends inside a payload overshoots and is never delivered.
   if (!filter.unbounded && collected == expectedLength) {

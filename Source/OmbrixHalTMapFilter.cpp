@@ -113,6 +113,7 @@ void detach(MapFilter& map) noexcept {
     realFilters = OmbrixHalFilterRemoveFilterFromList(realFilters, real);
     if (real == fanningOut) {
       deferredChains = OmbrixHalFilterAddFilterToList(deferredChains, real);
+      ombrixhal::chainsDeferred = true;
     } else {
       real->operations.Destroy(real);
     }
@@ -144,6 +145,8 @@ constexpr OmbrixHalFilterOperations kMapFilterOperations = {
 }  // namespace
 
 namespace ombrixhal {
+
+Relaxed<bool> chainsDeferred{false};
 
 void destroyDeferredChains() noexcept {
   while (deferredChains != nullptr) {
