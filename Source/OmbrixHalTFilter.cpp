@@ -18,11 +18,12 @@
 
 namespace {
 
+using ombrixhal::isGiven;
+using ombrixhal::isOperationSupported;
 using ombrixhal::kLogError;
 using ombrixhal::kLogInfo;
 
 constexpr uint32_t kLogIllegalNull = 0x1003;  // "Illegal value 'NULL' for parameter '%s'"
-constexpr uint32_t kLogNotSupported = 0x2001;  // "Function not supported: '%s'"
 constexpr uint32_t kLogNoTunerType = 0x100f;   // "Cannot get tuner type"
 
 constexpr const char* kOpenName = "OmbrixHalFilterOpen";
@@ -62,23 +63,6 @@ constexpr const char* kDisabled = "disabled";
 std::mutex liveFiltersLock;
 OmbrixHalFilterHandle liveFilters = nullptr;
 
-bool isGiven(const void* argument, const char* functionName, const char* parameterName) noexcept {
-  if (argument == nullptr) {
-    OmbrixHalLoggerPrint(functionName, kLogIllegalNull, parameterName);
-    return false;
-  }
-  return true;
-}
-
-template <typename Slot>
-bool isSupported(Slot slot, const char* functionName) noexcept {
-  if (slot == nullptr) {
-    OmbrixHalLoggerPrint(functionName, kLogNotSupported, functionName);
-    return false;
-  }
-  return true;
-}
-
 // Only a filter the client named reports its outcomes.
 void logOutcome(const char* name, bool succeeded, const char* functionName, const char* success,
                 const char* failure, const char* failureFunctionName) noexcept {
@@ -95,7 +79,7 @@ void logOutcome(const char* name, bool succeeded, const char* functionName, cons
 // Start and Stop alike.
 OmbrixHalBool switchFilter(OmbrixHalFilterHandle aThis, OmbrixHalBool (*OmbrixHalFilterOperations::*slot)(OmbrixHalFilterHandle),
                            const char* functionName, const char* success, const char* failure) noexcept {
-  if (!isGiven(aThis, functionName, kThisName) || !isSupported(aThis->operations.*slot, functionName)) {
+  if (!isGiven(aThis, functionName, kThisName) || !isOperationSupported(aThis->operations.*slot, functionName)) {
     return 0;
   }
   const OmbrixHalBool result = (aThis->operations.*slot)(aThis);
@@ -175,7 +159,7 @@ void removeLiveFilter(OmbrixHalFilterHandle aFilter) noexcept {
 }  // namespace ombrixhal
 
 OmbrixHalBool OmbrixHalFilterClose(OmbrixHalFilterHandle This) noexcept {
-  if (!isGiven(This, kCloseName, kThisName) || !isSupported(This->operations.Destroy, kCloseName)) {
+  if (!isGiven(This, kCloseName, kThisName) || !isOperationSupported(This->operations.Destroy, kCloseName)) {
     return 0;
   }
   // The object is gone after Destroy.
@@ -191,7 +175,7 @@ OmbrixHalBool OmbrixHalFilterClose(OmbrixHalFilterHandle This) noexcept {
 
 OmbrixHalBool OmbrixHalFilterSetParameter(OmbrixHalFilterHandle This, const OmbrixHalFilterParameter* aParameter) noexcept {
   if (!isGiven(This, kSetParameterName, kThisName) || !isGiven(aParameter, kSetParameterName, kParameterName) ||
-      !isSupported(This->operations.SetParameter, kSetParameterName)) {
+      !isOperationSupported(This->operations.SetParameter, kSetParameterName)) {
     return 0;
   }
   if (This->operations.IsEnabled != nullptr && This->operations.IsEnabled(This)) {
@@ -210,7 +194,7 @@ OmbrixHalBool OmbrixHalFilterSetParameter(OmbrixHalFilterHandle This, const Ombr
 
 OmbrixHalBool OmbrixHalFilterGetParameter(OmbrixHalFilterHandle This, OmbrixHalFilterParameter* aParameter) noexcept {
   if (!isGiven(This, kGetParameterName, kThisName) || !isGiven(aParameter, kGetParameterName, kParameterName) ||
-      !isSupported(This->operations.GetParameter, kGetParameterName)) {
+      !isOperationSupported(This->operations.GetParameter, kGetParameterName)) {
     return 0;
   }
   const OmbrixHalBool result = This->operations.GetParameter(This, aParameter);

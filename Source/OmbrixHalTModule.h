@@ -34,6 +34,27 @@ class Relaxed {
   std::atomic<T> value_;
 };
 
+// Object convention (tuners, filters): a NULL argument is logged as an error naming the
+// parameter ("Illegal value 'NULL' for parameter '%s'").
+inline bool isGiven(const void* argument, const char* functionName, const char* parameterName) noexcept {
+  if (argument == nullptr) {
+    OmbrixHalLoggerPrint(functionName, 0x1003, parameterName);
+    return false;
+  }
+  return true;
+}
+
+// Object convention: an operation the object's kind leaves empty warns "Function not
+// supported: '%s'" with the export's own name.
+template <typename Slot>
+bool isOperationSupported(Slot slot, const char* functionName) noexcept {
+  if (slot == nullptr) {
+    OmbrixHalLoggerPrint(functionName, 0x2001, functionName);
+    return false;
+  }
+  return true;
+}
+
 // Module convention: an operation whose platform slot is empty warns, naming the export in
 // the module's own words, and fails.
 template <typename Slot>

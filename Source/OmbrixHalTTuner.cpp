@@ -15,18 +15,18 @@ TunerFactoryFunction tunerFactoryCreateTuner = OmbrixHalTunerFactoryCreateTuner;
 
 namespace {
 
+using ombrixhal::isGiven;
+using ombrixhal::isOperationSupported;
 using ombrixhal::kLogError;
 using ombrixhal::kLogInfo;
 
 // Ids whose table texts these exports print.
-constexpr uint32_t kLogIllegalNull = 0x1003;        // "Illegal value 'NULL' for parameter '%s'"
 constexpr uint32_t kLogUnknownType = 0x1006;        // "Unknown tuner type in string '%s'"
 constexpr uint32_t kLogCannotOpen = 0x1007;         // "Cannot open tuner: '%s'"
 constexpr uint32_t kLogTypeMismatch = 0x1008;       // "Tuner type and parameter type do not match"
 constexpr uint32_t kLogIllegalString = 0x1009;      // "Illegal tuner parameter string '%s'"
 constexpr uint32_t kLogCannotSet = 0x100a;          // "Cannot set tuner parameter"
 constexpr uint32_t kLogCannotReturn = 0x100b;       // "Cannot return tuner parameter"
-constexpr uint32_t kLogNotSupported = 0x2001;       // "Function not supported: '%s'"
 constexpr uint32_t kLogNoMorePackets = 0x3001;      // "No more packets available"
 constexpr uint32_t kLogOpened = 0x3002;             // "Opened tuner successfully"
 constexpr uint32_t kLogParameterSet = 0x3003;       // "Tuner parameter successfully set"
@@ -83,23 +83,6 @@ OmbrixHalTunerHandle createTuner(OmbrixHalTunerType type) noexcept {
   return ombrixhal::seam::tunerFactoryCreateTuner(type);
 }
 
-bool isGiven(const void* argument, const char* functionName, const char* parameterName) noexcept {
-  if (argument == nullptr) {
-    OmbrixHalLoggerPrint(functionName, kLogIllegalNull, parameterName);
-    return false;
-  }
-  return true;
-}
-
-template <typename Slot>
-bool isSupported(Slot slot, const char* functionName) noexcept {
-  if (slot == nullptr) {
-    OmbrixHalLoggerPrint(functionName, kLogNotSupported, functionName);
-    return false;
-  }
-  return true;
-}
-
 // A file tuner is fed from a file whatever is tuned.
 bool isFileTuner(const OmbrixHalTunerHead& tuner) noexcept {
   return tuner.ParameterType == OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE ||
@@ -108,7 +91,7 @@ bool isFileTuner(const OmbrixHalTunerHead& tuner) noexcept {
 
 OmbrixHalBool applyParameter(OmbrixHalTunerHead& tuner, const OmbrixHalTunerParameter& parameter,
                              const char* functionName) noexcept {
-  if (!isSupported(tuner.Operations.SetParameter, functionName)) {
+  if (!isOperationSupported(tuner.Operations.SetParameter, functionName)) {
     return 0;
   }
   if (parameter.Type != tuner.ParameterType) {
@@ -201,7 +184,7 @@ OmbrixHalTunerHandle OmbrixHalTunerFactoryCreateTuner(OmbrixHalTunerType aType) 
 }
 
 OmbrixHalBool OmbrixHalTunerClose(OmbrixHalTunerHandle aThis) noexcept {
-  if (!isGiven(aThis, kCloseName, kThisName) || !isSupported(aThis->Operations.Destroy, kCloseName)) {
+  if (!isGiven(aThis, kCloseName, kThisName) || !isOperationSupported(aThis->Operations.Destroy, kCloseName)) {
     return 0;
   }
   // The kind's Destroy closes the lock timer too.
@@ -233,7 +216,7 @@ OmbrixHalBool OmbrixHalTunerGetParameter(OmbrixHalTunerHandle aThis, OmbrixHalTu
                                          void* aReserved) noexcept {
   if (!isGiven(aThis, kGetParameterName, kThisName) ||
       !isGiven(aTunerParameter, kGetParameterName, kTunerParameterName) ||
-      !isSupported(aThis->Operations.GetParameter, kGetParameterName)) {
+      !isOperationSupported(aThis->Operations.GetParameter, kGetParameterName)) {
     return 0;
   }
   if (!aThis->Operations.GetParameter(aThis, aTunerParameter, aReserved)) {
@@ -258,7 +241,7 @@ OmbrixHalBool OmbrixHalTunerSetType(OmbrixHalTunerHandle aThis, OmbrixHalTunerTy
 }
 
 OmbrixHalTunerStatus OmbrixHalTunerGetStatus(OmbrixHalTunerHandle aThis) noexcept {
-  if (!isGiven(aThis, kGetStatusName, kThisName) || !isSupported(aThis->Operations.GetStatus, kGetStatusName)) {
+  if (!isGiven(aThis, kGetStatusName, kThisName) || !isOperationSupported(aThis->Operations.GetStatus, kGetStatusName)) {
     return OMBRIX_HAL_TUNER_STATUS_UNKNOWN;
   }
   const OmbrixHalTunerStatus status = lockStatus(*aThis);
@@ -275,7 +258,7 @@ OmbrixHalTunerStatus OmbrixHalTunerGetStatus(OmbrixHalTunerHandle aThis) noexcep
 }
 
 OmbrixHalBool OmbrixHalTunerReceive(OmbrixHalTunerHandle aThis, uint32_t aCount) noexcept {
-  if (!isGiven(aThis, kReceiveName, kThisName) || !isSupported(aThis->Operations.Receive, kReceiveName)) {
+  if (!isGiven(aThis, kReceiveName, kThisName) || !isOperationSupported(aThis->Operations.Receive, kReceiveName)) {
     return 0;
   }
   bool allCame = true;
@@ -313,7 +296,7 @@ OmbrixHalBool OmbrixHalTunerUnregisterPacketHandler(OmbrixHalTunerHandle aThis, 
 
 uint32_t OmbrixHalTunerGetSignalStrength(OmbrixHalTunerHandle aThis) noexcept {
   if (!isGiven(aThis, kGetSignalStrengthName, kThisName) || !aThis->ParameterSet ||
-      !isSupported(aThis->Operations.GetSignalStrength, kGetSignalStrengthName)) {
+      !isOperationSupported(aThis->Operations.GetSignalStrength, kGetSignalStrengthName)) {
     return 0;
   }
   const uint32_t strength = aThis->Operations.GetSignalStrength(aThis);
@@ -323,7 +306,7 @@ uint32_t OmbrixHalTunerGetSignalStrength(OmbrixHalTunerHandle aThis) noexcept {
 
 uint32_t OmbrixHalTunerGetSignalQuality(OmbrixHalTunerHandle aThis) noexcept {
   if (!isGiven(aThis, kGetSignalQualityName, kThisName) || !aThis->ParameterSet ||
-      !isSupported(aThis->Operations.GetSignalQuality, kGetSignalQualityName)) {
+      !isOperationSupported(aThis->Operations.GetSignalQuality, kGetSignalQualityName)) {
     return 0;
   }
   // Kept: unlike the strength, the quality is not logged.
@@ -340,7 +323,7 @@ OmbrixHalBool OmbrixHalTunerSetAccessCode(OmbrixHalTunerHandle aThis, const char
                                           void* aReserved2) noexcept {
   if (!isGiven(aThis, kSetAccessCodeName, kThisName) ||
       !isGiven(aAccessCodeStr, kSetAccessCodeName, kAccessCodeStrName) ||
-      !isSupported(aThis->Operations.SetAccessCode, kSetAccessCodeName)) {
+      !isOperationSupported(aThis->Operations.SetAccessCode, kSetAccessCodeName)) {
     return 0;
   }
   return aThis->Operations.SetAccessCode(aThis, aAccessCodeStr, aReserved1, aReserved2);
@@ -350,7 +333,7 @@ OmbrixHalBool OmbrixHalTunerGetVersionNumber(OmbrixHalTunerHandle aThis, void* a
                                              uint32_t* aVersionNumber) noexcept {
   if (!isGiven(aThis, kGetVersionNumberName, kThisName) ||
       !isGiven(aVersionNumber, kGetVersionNumberName, kVersionNumberName) ||
-      !isSupported(aThis->Operations.GetVersionNumber, kGetVersionNumberName)) {
+      !isOperationSupported(aThis->Operations.GetVersionNumber, kGetVersionNumberName)) {
     return 0;
   }
   return aThis->Operations.GetVersionNumber(aThis, aReserved, aVersionNumber);

@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr uint32_t kLogIllegalNull = 0x1003;   // "Illegal value 'NULL' for parameter '%s'"
 constexpr uint32_t kLogTypeMismatch = 0x1008;  // "Tuner type and parameter type do not match"
 
 constexpr const char* kDestroyName = "OmbrixHalTunerFileDigitalDestroy";
@@ -95,11 +94,7 @@ FileDigitalTuner* asFileDigitalTuner(OmbrixHalTunerHandle aThis) noexcept {
 
 // The exports are also the kind's operation slots; called directly, they check their handle.
 FileDigitalTuner* tunerOf(OmbrixHalTunerHandle aThis, const char* functionName) noexcept {
-  if (aThis == nullptr) {
-    OmbrixHalLoggerPrint(functionName, kLogIllegalNull, kThisName);
-    return nullptr;
-  }
-  return asFileDigitalTuner(aThis);
+  return ombrixhal::isGiven(aThis, functionName, kThisName) ? asFileDigitalTuner(aThis) : nullptr;
 }
 
 // Tells the calling thread from the others; cheaper than asking the thread module for an id
@@ -449,8 +444,7 @@ OmbrixHalBool OmbrixHalTunerFileDigitalSetParameter(OmbrixHalTunerHandle This,
   if (tuner == nullptr) {
     return 0;
   }
-  if (aTunerParameter == nullptr) {
-    OmbrixHalLoggerPrint(kSetParameterName, kLogIllegalNull, kTunerParameterName);
+  if (!ombrixhal::isGiven(aTunerParameter, kSetParameterName, kTunerParameterName)) {
     return 0;
   }
   // The tuner front passes only digitalFile records; a direct caller may pass anything.
@@ -493,8 +487,7 @@ OmbrixHalBool OmbrixHalTunerFileDigitalGetParameter(OmbrixHalTunerHandle This, O
   if (tuner == nullptr) {
     return 0;
   }
-  if (aTunerParameter == nullptr) {
-    OmbrixHalLoggerPrint(kGetParameterName, kLogIllegalNull, kTunerParameterName);
+  if (!ombrixhal::isGiven(aTunerParameter, kGetParameterName, kTunerParameterName)) {
     return 0;
   }
   StateGuard guard(*tuner);
