@@ -1,6 +1,5 @@
 // The filter of the file analog tuner: teletext lines out of its 64-byte line records.
 #include <cstring>
-#include <new>
 
 #include "OmbrixHalFilterFileAnalogEpr.h"
 #include "OmbrixHalMemory.h"
@@ -51,13 +50,11 @@ constexpr OmbrixHalFilterOperations kFileAnalogEprOperations = {
 
 OmbrixHalFilterHandle OmbrixHalFilterFileAnalogEprCreate(OmbrixHalTunerHandle aTuner, OmbrixHalFilterType aType,
                                                          OmbrixHalFilterHandler aHandler, void* aContext) noexcept {
-  void* memory = OmbrixHalMemoryAllocate(sizeof(FileAnalogEprFilter));
-  if (memory == nullptr) {
+  auto* filter =
+      ombrixhal::newFilterKind<FileAnalogEprFilter>(kFileAnalogEprOperations, aType, __FILE__, __LINE__);
+  if (filter == nullptr) {
     return nullptr;
   }
-  auto* filter = new (memory) FileAnalogEprFilter{};
-  filter->head.operations = kFileAnalogEprOperations;
-  filter->head.type = aType;
   filter->head.handler = aHandler;
   filter->head.context = aContext;
   filter->head.tuner = aTuner;
@@ -75,12 +72,10 @@ OmbrixHalBool OmbrixHalFilterFileAnalogEprDestroy(OmbrixHalFilterHandle This) no
   }
   FileAnalogEprFilter* filter = asFileAnalogEprFilter(This);
   filter->running = 0;
-  ombrixhal::removeLiveFilter(This);
   if (This->tuner != nullptr) {
     OmbrixHalTunerUnregisterPacketHandler(This->tuner, This, nullptr);
   }
-  filter->~FileAnalogEprFilter();
-  OmbrixHalMemoryFree(filter);
+  ombrixhal::deleteFilterKind(filter, __FILE__, __LINE__);
   return 1;
 }
 

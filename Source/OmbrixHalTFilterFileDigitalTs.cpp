@@ -1,7 +1,5 @@
 // The root filter of the chains on a file digital tuner: the tuner's packets, selected by PID in
 // software.
-#include <new>
-
 #include "OmbrixHalFilterFileDigitalTs.h"
 #include "OmbrixHalMemory.h"
 #include "OmbrixHalTFilterHead.h"
@@ -45,13 +43,11 @@ OmbrixHalFilterHandle OmbrixHalFilterFileDigitalTsCreate(OmbrixHalTunerHandle aT
   if (aTuner == nullptr) {
     return nullptr;
   }
-  void* memory = OmbrixHalMemoryAllocate(sizeof(FileDigitalTsFilter));
-  if (memory == nullptr) {
+  auto* filter = ombrixhal::newFilterKind<FileDigitalTsFilter>(kFileDigitalTsOperations, OMBRIX_HAL_FILTER_TYPE_TS,
+                                                                __FILE__, __LINE__);
+  if (filter == nullptr) {
     return nullptr;
   }
-  auto* filter = new (memory) FileDigitalTsFilter{};
-  filter->head.operations = kFileDigitalTsOperations;
-  filter->head.type = OMBRIX_HAL_FILTER_TYPE_TS;
   filter->head.tuner = aTuner;
   ombrixhal::addLiveFilter(&filter->head);
   return &filter->head;
@@ -61,11 +57,8 @@ OmbrixHalBool OmbrixHalFilterFileDigitalTsDestroy(OmbrixHalFilterHandle This) no
   if (This == nullptr) {
     return 0;
   }
-  ombrixhal::removeLiveFilter(This);
   OmbrixHalTunerUnregisterPacketHandler(This->tuner, This, nullptr);
-  FileDigitalTsFilter* filter = asFileDigitalTsFilter(This);
-  filter->~FileDigitalTsFilter();
-  OmbrixHalMemoryFree(filter);
+  ombrixhal::deleteFilterKind(asFileDigitalTsFilter(This), __FILE__, __LINE__);
   return 1;
 }
 

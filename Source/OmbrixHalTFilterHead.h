@@ -5,9 +5,11 @@
 #define OMBRIX_HAL_T_FILTER_HEAD_H
 
 #include <cstddef>
+#include <new>
 #include <type_traits>
 
 #include "OmbrixHalFilter.h"
+#include "OmbrixHalMemory.h"
 #include "OmbrixHalTModule.h"
 #include "OmbrixHalTuner.h"
 
@@ -73,6 +75,29 @@ Kind* filterKindOf(OmbrixHalFilterHandle aThis) noexcept {
   static_assert(std::is_standard_layout_v<Kind>);
   static_assert(offsetof(Kind, head) == 0);
   return reinterpret_cast<Kind*>(aThis);
+}
+
+// A new, zeroed filter of kind Kind with its table and type in the head, charged to the kind's
+// own `file` and `line`; NULL when out of memory. The kind makes it live once it is whole.
+template <typename Kind>
+Kind* newFilterKind(const OmbrixHalFilterOperations& operations, OmbrixHalFilterType type, const char* file,
+                    int line) noexcept {
+  void* memory = OmbrixHalMemoryAllocate_(sizeof(Kind), file, static_cast<uint32_t>(line));
+  if (memory == nullptr) {
+    return nullptr;
+  }
+  auto* kind = new (memory) Kind{};
+  kind->head.operations = operations;
+  kind->head.type = type;
+  return kind;
+}
+
+// The end of what newFilterKind made; safe on a kind that was never made live.
+template <typename Kind>
+void deleteFilterKind(Kind* kind, const char* file, int line) noexcept {
+  removeLiveFilter(&kind->head);
+  kind->~Kind();
+  OmbrixHalMemoryFree_(kind, file, static_cast<uint32_t>(line));
 }
 
 // Where a TS packet's payload begins: byte 4, or past the adaptation field. 0 when the packet

@@ -1,13 +1,10 @@
-// Private: what the PES, PCR and teletext kinds share beyond the stage helpers: making and
+// Private: what the section, PES, PCR and teletext kinds share beyond the stage helpers: making and
 // freeing a stage object, and the slots that do nothing kind-specific. A stage kind is a
 // standard-layout struct with `OmbrixHalFilterHead head` first and `FilterStage stage` after it.
 // Every slot here also serves as an export, so each tolerates a NULL handle.
 #ifndef OMBRIX_HAL_T_FILTER_STAGE_KIND_H
 #define OMBRIX_HAL_T_FILTER_STAGE_KIND_H
 
-#include <new>
-
-#include "OmbrixHalMemory.h"
 #include "OmbrixHalTFilterHead.h"
 
 namespace ombrixhal {
@@ -32,13 +29,10 @@ OmbrixHalFilterHandle createStageKind(OmbrixHalFilterHandle parent, OmbrixHalFil
   if (parent == nullptr || parent->type != parentType) {
     return nullptr;
   }
-  void* memory = OmbrixHalMemoryAllocate_(sizeof(Kind), file, static_cast<uint32_t>(line));
-  if (memory == nullptr) {
+  Kind* kind = newFilterKind<Kind>(operations, type, file, line);
+  if (kind == nullptr) {
     return nullptr;
   }
-  auto* kind = new (memory) Kind{};
-  kind->head.operations = operations;
-  kind->head.type = type;
   kind->stage.parent = parent;
   if (!prepare(*kind)) {
     destroyStageKind(*kind, false, file, line);
@@ -52,10 +46,8 @@ OmbrixHalFilterHandle createStageKind(OmbrixHalFilterHandle parent, OmbrixHalFil
 // if the stage owns it by then. Safe on a kind that never reached addLiveFilter.
 template <typename Kind>
 void destroyStageKind(Kind& kind, bool hooked, const char* file, int line) noexcept {
-  removeLiveFilter(&kind.head);
   closeStageParent(kind.stage, hooked);
-  kind.~Kind();
-  OmbrixHalMemoryFree_(&kind, file, static_cast<uint32_t>(line));
+  deleteFilterKind(&kind, file, line);
 }
 
 // SetFilterHandler of the kinds that need someone to deliver to.

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <new>
 
 #include "OmbrixHalFilterTsToSection.h"
 #include "OmbrixHalMemory.h"
 #include "OmbrixHalTCrc32.h"
 #include "OmbrixHalTFilterHead.h"
+#include "OmbrixHalTFilterStageKind.h"
 
 namespace {
 
@@ -62,10 +62,22 @@ void countInfo(SectionFilter& filter, InfoWordIndex index) noexcept {
   word.store(word.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 
+// The buffer and the statistics slots, at creation.
+bool prepare(SectionFilter& filter) noexcept {
+  filter.buffer = static_cast<uint8_t*>(OmbrixHalMemoryAllocate(kSectionBufferSize));
+  filter.head.ResetInfo = OmbrixHalFilterTsToSectionInfoReset;
+  filter.head.GetInfo = OmbrixHalFilterTsToSectionGetInfo;
+  filter.head.privateWords[kInfoWordIndex] = kInfoWord;
+  return filter.buffer != nullptr;
+}
+
 void freeSectionFilter(SectionFilter* filter) noexcept {
   OmbrixHalMemoryFree(filter->buffer);
-  filter->~SectionFilter();
-  OmbrixHalMemoryFree(filter);
+  ombrixhal::deleteFilterKind(filter, __FILE__, __LINE__);
+}
+
+void clearAssembly(SectionFilter& filter) noexcept {
+  filter.state = kAwaitingTableId;
 }
 
 // Every byte of the first min(filterLen, length) that the mask selects must equal the match;
@@ -193,27 +205,8 @@ constexpr OmbrixHalFilterOperations kSectionFilterOperations = {
 }  // namespace
 
 OmbrixHalFilterHandle OmbrixHalFilterTsToSectionCreate(OmbrixHalFilterHandle aParent) noexcept {
-  if (aParent == nullptr || aParent->type != OMBRIX_HAL_FILTER_TYPE_TS) {
-    return nullptr;
-  }
-  void* memory = OmbrixHalMemoryAllocate(sizeof(SectionFilter));
-  if (memory == nullptr) {
-    return nullptr;
-  }
-  auto* filter = new (memory) SectionFilter{};
-  filter->buffer = static_cast<uint8_t*>(OmbrixHalMemoryAllocate(kSectionBufferSize));
-  if (filter->buffer == nullptr) {
-    freeSectionFilter(filter);
-    return nullptr;
-  }
-  filter->head.operations = kSectionFilterOperations;
-  filter->head.type = OMBRIX_HAL_FILTER_TYPE_SECTION;
-  filter->head.ResetInfo = OmbrixHalFilterTsToSectionInfoReset;
-  filter->head.GetInfo = OmbrixHalFilterTsToSectionGetInfo;
-  filter->head.privateWords[kInfoWordIndex] = kInfoWord;
-  filter->stage.parent = aParent;
-  ombrixhal::addLiveFilter(&filter->head);
-  return &filter->head;
+  return ombrixhal::createStageKind<SectionFilter>(aParent, OMBRIX_HAL_FILTER_TYPE_TS, OMBRIX_HAL_FILTER_TYPE_SECTION,
+                                                   kSectionFilterOperations, __FILE__, __LINE__, prepare);
 }
 
 OmbrixHalBool OmbrixHalFilterTsToSectionDestroy(OmbrixHalFilterHandle This) noexcept {
@@ -234,55 +227,34 @@ OmbrixHalBool OmbrixHalFilterTsToSectionDestroy(OmbrixHalFilterHandle This) noex
 
 OmbrixHalBool OmbrixHalFilterTsToSectionSetFilterHandler(OmbrixHalFilterHandle This, OmbrixHalFilterHandler aHandler,
                                                         void* aContext) noexcept {
-  if (This == nullptr || aHandler == nullptr) {
-    return 0;
-  }
-  return ombrixhal::hookStage(*This, asSectionFilter(This)->stage, OmbrixHalFilterTsToSectionInputHandler, aHandler,
-                              aContext);
+  return ombrixhal::hookStageKind<SectionFilter>(This, OmbrixHalFilterTsToSectionInputHandler, aHandler, aContext);
 }
 
 OmbrixHalBool OmbrixHalFilterTsToSectionSetParameter(OmbrixHalFilterHandle This,
                                                     const OmbrixHalFilterParameter* aParameter) noexcept {
-  if (This == nullptr || aParameter == nullptr) {
-    return 0;
-  }
-  return ombrixhal::setStageParameter(*This, asSectionFilter(This)->stage, *aParameter);
+  return ombrixhal::setStageKindParameter<SectionFilter>(This, aParameter);
 }
 
 OmbrixHalBool OmbrixHalFilterTsToSectionGetParameter(OmbrixHalFilterHandle This,
                                                     OmbrixHalFilterParameter* aParameter) noexcept {
-  if (This == nullptr || aParameter == nullptr) {
-    return 0;
-  }
-  return ombrixhal::getStageParameter(*This, asSectionFilter(This)->stage, *aParameter);
+  return ombrixhal::getStageKindParameter<SectionFilter>(This, aParameter);
 }
 
 OmbrixHalBool OmbrixHalFilterTsToSectionStart(OmbrixHalFilterHandle This) noexcept {
-  if (This == nullptr) {
-    return 0;
-  }
-  SectionFilter* filter = asSectionFilter(This);
-  if (!filter->stage.parameterSet || filter->head.handler == nullptr) {
-    return 0;
-  }
-  filter->state = kAwaitingTableId;
-  return ombrixhal::startStage(filter->stage);
+  return ombrixhal::startStageKind<SectionFilter>(This, clearAssembly);
 }
 
 OmbrixHalBool OmbrixHalFilterTsToSectionStop(OmbrixHalFilterHandle This) noexcept {
-  if (This == nullptr) {
-    return 0;
-  }
-  return ombrixhal::stopStage(asSectionFilter(This)->stage);
+  return ombrixhal::stopStageKind<SectionFilter>(This);
 }
 
 OmbrixHalBool OmbrixHalFilterTsToSectionIsEnabled(OmbrixHalFilterHandle This) noexcept {
-  return This != nullptr && asSectionFilter(This)->stage.running != 0;
+  return ombrixhal::isStageKindEnabled<SectionFilter>(This);
 }
 
 void OmbrixHalFilterTsToSectionReset(OmbrixHalFilterHandle This) noexcept {
   if (This != nullptr) {
-    asSectionFilter(This)->state = kAwaitingTableId;
+    clearAssembly(*asSectionFilter(This));
   }
 }
 

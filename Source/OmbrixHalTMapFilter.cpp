@@ -1,7 +1,5 @@
 // Map filters: the clients' filters, mapped onto as few real filter chains as there are
 // distinct (type, tuner, PID) triples; each chain's output is fanned out to its started clients.
-#include <new>
-
 #include "OmbrixHalLogger.h"
 #include "OmbrixHalMapFilter.h"
 #include "OmbrixHalMemory.h"
@@ -161,15 +159,12 @@ void destroyDeferredChains() noexcept {
 
 OmbrixHalFilterHandle OmbrixHalMapFilterOpen(OmbrixHalTunerHandle aTuner, OmbrixHalFilterType aType,
                                              OmbrixHalFilterHandler aHandler, void* aContext) noexcept {
-  void* memory = OmbrixHalMemoryAllocate(sizeof(MapFilter));
-  if (memory == nullptr) {
+  auto* map = ombrixhal::newFilterKind<MapFilter>(kMapFilterOperations, aType, __FILE__, __LINE__);
+  if (map == nullptr) {
     return nullptr;
   }
-  auto* map = new (memory) MapFilter{};
-  map->head.operations = kMapFilterOperations;
   map->head.ResetInfo = OmbrixHalMapFilterResetInfo;
   map->head.GetInfo = OmbrixHalMapFilterGetInfo;
-  map->head.type = aType;
   map->head.handler = aHandler;
   map->head.context = aContext;
   map->head.tuner = aTuner;
@@ -183,9 +178,7 @@ OmbrixHalBool OmbrixHalMapFilterClose(OmbrixHalFilterHandle This) noexcept {
   }
   MapFilter* map = asMapFilter(This);
   detach(*map);
-  ombrixhal::removeLiveFilter(This);
-  map->~MapFilter();
-  OmbrixHalMemoryFree(map);
+  ombrixhal::deleteFilterKind(map, __FILE__, __LINE__);
   return 1;
 }
 
