@@ -135,6 +135,27 @@ void buildOnTsRoot(Chain& chain, OmbrixHalFilterType type) noexcept {
   }
 }
 
+// The filter that Open hands a client, or NULL once the reason is logged.
+OmbrixHalFilterHandle openFilter(OmbrixHalTunerHandle aTuner, OmbrixHalFilterType aType,
+                                 OmbrixHalFilterHandler aHandler, void* aContext) noexcept {
+  if (!isGiven(aTuner, kOpenName, kTunerName)) {
+    return nullptr;
+  }
+  if (aTuner->Operations.GetType == nullptr) {
+    OmbrixHalLoggerPrint(kOpenName, kLogNoTunerType, kOpenName);
+    return nullptr;
+  }
+  // Only a PCR filter can do without a handler: its value can be polled.
+  if (aType == OMBRIX_HAL_FILTER_TYPE_PCR) {
+    return OmbrixHalFilterCreateRealFilter(aTuner, aType, aHandler, aContext);
+  }
+  if (aHandler == nullptr) {
+    OmbrixHalLoggerPrint(kOpenName, kLogIllegalNull, kHandlerName);
+    return nullptr;
+  }
+  return OmbrixHalMapFilterOpen(aTuner, aType, aHandler, aContext);
+}
+
 }  // namespace
 
 namespace ombrixhal {
@@ -276,18 +297,7 @@ OmbrixHalFilterHandle OmbrixHalFilterRemoveFilterFromList(OmbrixHalFilterHandle 
 
 OmbrixHalFilterHandle OmbrixHalFilterOpen(OmbrixHalTunerHandle aTuner, OmbrixHalFilterType aType, const char* aName,
                                           OmbrixHalFilterHandler aHandler, void* aContext) noexcept {
-  OmbrixHalFilterHandle filter = nullptr;
-  if (!isGiven(aTuner, kOpenName, kTunerName)) {
-  } else if (aTuner->Operations.GetType == nullptr) {
-    OmbrixHalLoggerPrint(kOpenName, kLogNoTunerType, kOpenName);
-  } else if (aHandler == nullptr && aType != OMBRIX_HAL_FILTER_TYPE_PCR) {
-    // Only a PCR filter can do without a handler: its value can be polled.
-    OmbrixHalLoggerPrint(kOpenName, kLogIllegalNull, kHandlerName);
-  } else if (aType == OMBRIX_HAL_FILTER_TYPE_PCR) {
-    filter = OmbrixHalFilterCreateRealFilter(aTuner, aType, aHandler, aContext);
-  } else {
-    filter = OmbrixHalMapFilterOpen(aTuner, aType, aHandler, aContext);
-  }
+  OmbrixHalFilterHandle filter = openFilter(aTuner, aType, aHandler, aContext);
   if (filter == nullptr) {
     OmbrixHalLoggerPrintf(kOpenName, kLogError, kCannotOpen, aName);
     return nullptr;
