@@ -4,7 +4,7 @@
 
 #include <random>
 
-#include "OmbrixHalSectionBuilder.h"
+#include "OmbrixHalStreamBuilder.h"
 #include "OmbrixHalTCrc32.h"
 
 namespace ombrixhal::test {
