@@ -24,29 +24,14 @@ Bytes deliveredLine(uint8_t first) {
   return line;
 }
 
-class TeletextFilterTest : public HalTest {
+class TeletextLines : public StageTest<HalTest> {
  protected:
   void SetUp() override {
     HalTest::SetUp();
-    parent = createFakeParent(OMBRIX_HAL_FILTER_TYPE_PES);
-    filter = OmbrixHalFilterPesToTtxCreate(&parent->head);
-    ASSERT_NE(filter, nullptr);
-    ASSERT_TRUE(OmbrixHalFilterPesToTtxSetFilterHandler(filter, Deliveries::record, &deliveries));
-    const OmbrixHalFilterParameter parameter = pidParameter(0x200);
-    ASSERT_TRUE(OmbrixHalFilterPesToTtxSetParameter(filter, &parameter));
-    ASSERT_TRUE(OmbrixHalFilterPesToTtxStart(filter));
+    makeStage(OmbrixHalFilterPesToTtxCreate, OMBRIX_HAL_FILTER_TYPE_PES, pidParameter(0x200));
   }
-  void TearDown() override {
-    OmbrixHalFilterPesToTtxDestroy(filter);
-    HalTest::TearDown();
-  }
-
-  FakeParentFilter* parent = nullptr;
-  OmbrixHalFilterHandle filter = nullptr;
-  Deliveries deliveries;
 };
 
-using TeletextLines = TeletextFilterTest;
 
 TEST_F(TeletextLines, TeletextAndSubtitleUnitsAroundStuffingGiveTwoLines) {
   Bytes pes = teletextPes(0x10, {teletextUnit(0x02, 0x01), stuffingUnit(44), teletextUnit(0x03, 0x81)});

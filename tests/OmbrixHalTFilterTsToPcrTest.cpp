@@ -16,24 +16,13 @@ struct Record {
   bool operator==(const Record&) const = default;
 };
 
-class PcrFilterTest : public FakeClockTest {
+class PcrReporting : public StageTest<FakeClockTest> {
  protected:
-  void SetUp() override {
-    FakeClockTest::SetUp();
-    parent = createFakeParent();
-    filter = OmbrixHalFilterTsToPcrCreate(&parent->head);
-    ASSERT_NE(filter, nullptr);
-  }
-  void TearDown() override {
-    OmbrixHalFilterTsToPcrDestroy(filter);
-    FakeClockTest::TearDown();
-  }
+  // The value set must not come back as the PCR.
   void start(OmbrixHalFilterHandler handler) {
-    ASSERT_TRUE(OmbrixHalFilterTsToPcrSetFilterHandler(filter, handler, &deliveries));
     OmbrixHalFilterParameter parameter = pidParameter(0x100);
     parameter.value = 0xdeadbeef;
-    ASSERT_TRUE(OmbrixHalFilterTsToPcrSetParameter(filter, &parameter));
-    ASSERT_TRUE(OmbrixHalFilterTsToPcrStart(filter));
+    makeStage(OmbrixHalFilterTsToPcrCreate, OMBRIX_HAL_FILTER_TYPE_TS, parameter, handler);
   }
   uint32_t currentPcr() {
     OmbrixHalFilterParameter parameter{};
@@ -51,13 +40,7 @@ class PcrFilterTest : public FakeClockTest {
     }
     return records;
   }
-
-  FakeParentFilter* parent = nullptr;
-  OmbrixHalFilterHandle filter = nullptr;
-  Deliveries deliveries;
 };
-
-using PcrReporting = PcrFilterTest;
 
 TEST_F(PcrReporting, CurrentPcrAdvances45UnitsAMillisecond) {
   start(Deliveries::record);

@@ -7,31 +7,12 @@
 namespace ombrixhal::test {
 namespace {
 
-class PesAssembly : public HalTest {
+class PesAssembly : public StageTest<HalTest> {
  protected:
   void SetUp() override {
     HalTest::SetUp();
-    parent = createFakeParent();
-    filter = OmbrixHalFilterTsToPesCreate(&parent->head);
-    ASSERT_NE(filter, nullptr);
-    ASSERT_TRUE(OmbrixHalFilterTsToPesSetFilterHandler(filter, Deliveries::record, &deliveries));
-    const OmbrixHalFilterParameter parameter = pidParameter(0x100);
-    ASSERT_TRUE(OmbrixHalFilterTsToPesSetParameter(filter, &parameter));
-    ASSERT_TRUE(OmbrixHalFilterTsToPesStart(filter));
+    makeStage(OmbrixHalFilterTsToPesCreate, OMBRIX_HAL_FILTER_TYPE_TS);
   }
-  void TearDown() override {
-    OmbrixHalFilterTsToPesDestroy(filter);
-    HalTest::TearDown();
-  }
-  void deliver(const std::vector<Bytes>& packets) {
-    for (const Bytes& packet : packets) {
-      parent->deliver(packet);
-    }
-  }
-
-  FakeParentFilter* parent = nullptr;
-  OmbrixHalFilterHandle filter = nullptr;
-  Deliveries deliveries;
 };
 
 TEST_F(PesAssembly, DeliversBoundedPacketsAtTheirEndAndUnboundedOnesAtTheNextUnitStart) {

@@ -14,52 +14,25 @@ OmbrixHalFilterParameter parameterWith(uint32_t crcCheck, uint32_t filterLen = 0
   return parameter;
 }
 
-class SectionFilterTest : public HalTest {
+class SectionFilterTest : public StageTest<HalTest> {
  protected:
   void SetUp() override {
     HalTest::SetUp();
-    FakeParentFilter::destroyed = 0;
-    parent = createFakeParent();
-    filter = OmbrixHalFilterTsToSectionCreate(&parent->head);
-    ASSERT_NE(filter, nullptr);
+    makeStage(OmbrixHalFilterTsToSectionCreate, OMBRIX_HAL_FILTER_TYPE_TS);
   }
-  // Every test hooks the filter, which then closes its parent.
-  void TearDown() override {
-    OmbrixHalFilterTsToSectionDestroy(filter);
-    HalTest::TearDown();
-  }
-
-  // Hooked, with `parameter` set, and running.
-  void start(OmbrixHalFilterParameter parameter = {}) {
-    ASSERT_TRUE(OmbrixHalFilterTsToSectionSetFilterHandler(filter, record, this));
-    ASSERT_TRUE(OmbrixHalFilterTsToSectionSetParameter(filter, &parameter));
-    ASSERT_TRUE(OmbrixHalFilterTsToSectionStart(filter));
-  }
-  void deliverAll(const std::vector<Bytes>& packets) {
-    for (const Bytes& packet : packets) {
-      parent->deliver(packet);
-    }
+  // Running again with `parameter`, the deliveries and the statistics cleared.
+  void restartWith(OmbrixHalFilterParameter parameter) {
+    ASSERT_TRUE(OmbrixHalFilterStop(filter));
+    ASSERT_TRUE(OmbrixHalFilterTsToSectionInfoReset(filter));
+    deliveries.calls.clear();
+    ASSERT_TRUE(OmbrixHalFilterSetParameter(filter, &parameter));
+    ASSERT_TRUE(OmbrixHalFilterStart(filter));
   }
   OmbrixHalFilterInfo info() {
     OmbrixHalFilterInfo result{};
     EXPECT_TRUE(OmbrixHalFilterTsToSectionGetInfo(filter, &result));
     return result;
   }
-
-  static void record(OmbrixHalFilterHandle aFilter, const uint8_t* aData, uint32_t aLength, void* aContext) {
-    auto& test = *static_cast<SectionFilterTest*>(aContext);
-    EXPECT_EQ(aFilter, test.filter);
-    test.sections.emplace_back(aData, aData + aLength);
-    if (test.destroyOnDelivery) {
-      OmbrixHalFilterTsToSectionDestroy(aFilter);
-      test.filter = nullptr;
-    }
-  }
-
-  FakeParentFilter* parent = nullptr;
-  OmbrixHalFilterHandle filter = nullptr;
-  std::vector<Bytes> sections;
-  bool destroyOnDelivery = false;
 };
 
 using SectionAssembly = SectionFilterTest;
@@ -100,32 +73,37 @@ TEST_F(SectionAssembly, DeliversEveryWholeSectionThePacketsCarryAndCountsIt) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    OmbrixHalFilterTsToSectionStop(filter);
-    OmbrixHalFilterTsToSectionInfoReset(filter);
-    sections.clear();
-    start(parameterWith(1));
-    deliverAll(c.packets);
-    EXPECT_EQ(sections, c.sections);
+    restartWith(parameterWith(1));
+    deliver(c.packets);
+    EXPECT_EQ(deliveries.data(), c.sections);
+    EXPECT_EQ(deliveries.from(), std::vector(c.sections.size(), filter));
     EXPECT_EQ(info().sectionsReceived, c.sections.size());
   }
 }
 
 TEST_F(SectionAssembly, StartDropsThePartialSectionThatStopKept) {
-  start();
   const std::vector<Bytes> packets = tsPacketsOf(section(0x42, 300), true);
   parent->deliver(packets[0]);
   OmbrixHalFilterTsToSectionStop(filter);
   OmbrixHalFilterTsToSectionStart(filter);
   parent->deliver(packets[1]);
-  EXPECT_TRUE(sections.empty());
+  EXPECT_TRUE(deliveries.calls.empty());
 }
 
 TEST_F(SectionAssembly, HandlerMayDestroyItsFilterDuringDelivery) {
-  start();
-  destroyOnDelivery = true;
+  static int calls;
+  calls = 0;
+  const int destroyed = FakeParentFilter::destroyed;
+  ASSERT_TRUE(OmbrixHalFilterSetHandler(
+      filter, [](OmbrixHalFilterHandle aFilter, const uint8_t*, uint32_t, void*) {
+        ++calls;
+        OmbrixHalFilterTsToSectionDestroy(aFilter);
+      },
+      nullptr));
   parent->deliver(tsPacketWith(concat({{0x00}, section(0x00, 9), section(0x02, 9)}), true));
-  EXPECT_EQ(sections.size(), 1u);
-  EXPECT_EQ(FakeParentFilter::destroyed, 1);
+  filter = nullptr;
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(FakeParentFilter::destroyed, destroyed + 1);
 }
 
 using SectionChecks = SectionFilterTest;
@@ -139,14 +117,11 @@ TEST_F(SectionChecks, CrcFailureIsCountedAndDeliveredOnlyWithoutTheCheck) {
   } cases[] = {{1, false, 1, 0}, {1, true, 0, 1}, {0, true, 1, 0}};
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "crcCheck " << c.crcCheck << " flip " << c.flip);
-    OmbrixHalFilterTsToSectionStop(filter);
-    OmbrixHalFilterTsToSectionInfoReset(filter);
-    sections.clear();
-    start(parameterWith(c.crcCheck));
+    restartWith(parameterWith(c.crcCheck));
     Bytes bytes = section(0x02, 60);
     bytes[30] ^= c.flip ? 0x04 : 0x00;
-    deliverAll(tsPacketsOf(bytes, true));
-    EXPECT_EQ(sections.size(), c.delivered);
+    deliver(tsPacketsOf(bytes, true));
+    EXPECT_EQ(deliveries.calls.size(), c.delivered);
     const OmbrixHalFilterInfo statistics = info();
     EXPECT_EQ(statistics.sectionsReceived, 1u);
     EXPECT_EQ(statistics.crcErrors, c.crcErrors);
@@ -178,14 +153,12 @@ TEST_F(SectionChecks, MatchAndMaskCompareTheFirstBytesIncludingTheLengthBytes) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "filterLen " << c.filterLen << " match " << int{c.match.back()});
-    OmbrixHalFilterTsToSectionStop(filter);
-    sections.clear();
     OmbrixHalFilterParameter parameter = parameterWith(0, c.filterLen);
     std::copy(c.match.begin(), c.match.end(), parameter.match);
     std::copy(c.mask.begin(), c.mask.end(), parameter.mask);
-    start(parameter);
-    deliverAll(tsPacketsOf(section(0x4E, 13), true));
-    EXPECT_EQ(sections.size(), c.delivered ? 1u : 0u);
+    restartWith(parameter);
+    deliver(tsPacketsOf(section(0x4E, 13), true));
+    EXPECT_EQ(deliveries.calls.size(), c.delivered ? 1u : 0u);
   }
 }
 
