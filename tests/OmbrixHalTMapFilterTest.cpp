@@ -13,14 +13,6 @@ const Bytes kStream = concat({kPat, kPid10, kPid11, kPid12, kPid12});
 
 class MapFilterTest : public FileTunerTest {
  protected:
-  // Takes all but `free` of the tuner's 64 handler entries, so that a new chain beyond them fails.
-  void leaveTunerEntries(int free) {
-    static int dummies[64];
-    for (int index = 0; index < 64 - free; ++index) {
-      ASSERT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, [](void*, const uint8_t*, uint32_t, void*) {}, &dummies[index]),
-                1);
-    }
-  }
   OmbrixHalBool setPid(OmbrixHalFilterHandle filter, uint32_t pid) {
     const OmbrixHalFilterParameter parameter = pidParameter(pid);
     return OmbrixHalFilterSetParameter(filter, &parameter);

@@ -39,6 +39,14 @@ class FileTunerTest : public HalTest {
     ASSERT_EQ(OmbrixHalTunerReceive(tuner, static_cast<uint32_t>(stream.size() / kTsPacketSize)), 1);
     log.clear();
   }
+  // Takes all but `free` of the tuner's 64 handler entries, so that a new chain beyond them fails.
+  void leaveTunerEntries(int free) {
+    static int dummies[64];
+    for (int index = 0; index < 64 - free; ++index) {
+      ASSERT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, [](void*, const uint8_t*, uint32_t, void*) {}, &dummies[index]),
+                1);
+    }
+  }
   // Opens an unnamed filter of `type` delivering to `deliveries`, sets `pid` and starts it.
   OmbrixHalFilterHandle openStarted(OmbrixHalFilterType type, uint32_t pid, Deliveries& deliveries,
                                     OmbrixHalFilterParameter parameter = {}) {
