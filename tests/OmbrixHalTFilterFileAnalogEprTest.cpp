@@ -75,9 +75,8 @@ TEST_F(FileAnalogEprLines, DeliversTheTeletextLinesOfTypeSevenWithTheSourceFirst
   registeredHandler(nullptr, teletext.data(), 63, registeredContext);
   registeredHandler(nullptr, record(0x07).data(), 64, registeredContext);
   const Bytes line(teletext.begin() + 5, teletext.begin() + 47);
-  ASSERT_EQ(lines.calls.size(), 2u);
-  EXPECT_EQ(lines.calls[0], std::pair(reinterpret_cast<OmbrixHalFilterHandle>(&source), line));
-  EXPECT_EQ(lines.calls[1], std::pair(filter, line));
+  EXPECT_EQ(lines.from(), (std::vector{reinterpret_cast<OmbrixHalFilterHandle>(&source), filter}));
+  EXPECT_EQ(lines.data(), (std::vector{line, line}));
   // Without SetParameter it cannot serve a map filter; it is closed through the generic call.
   EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
   EXPECT_EQ(registeredContext, nullptr);

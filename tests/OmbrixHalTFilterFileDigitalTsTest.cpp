@@ -14,7 +14,7 @@ TEST_F(FileDigitalTsSelection, PassesOnePidOrEveryPid) {
   Deliveries everything;
   OmbrixHalFilterHandle a = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x0000, patOnly);
   OmbrixHalFilterHandle b = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, OMBRIX_HAL_FILTER_PID_ALL, everything);
-  play(concatenate({pat, other, pat}));
+  play(concat({pat, other, pat}));
   EXPECT_EQ(patOnly.data(), (std::vector{pat, pat}));
   EXPECT_EQ(everything.data(), (std::vector{pat, other, pat}));
   OmbrixHalFilterClose(a);
@@ -24,8 +24,7 @@ TEST_F(FileDigitalTsSelection, PassesOnePidOrEveryPid) {
 TEST_F(FileDigitalTsSelection, StartsOnlyWithParameterAndHandlerAndIgnoresShortPackets) {
   OmbrixHalFilterHandle root = OmbrixHalFilterFileDigitalTsCreate(tuner);
   ASSERT_NE(root, nullptr);
-  OmbrixHalFilterParameter parameter{};
-  parameter.pid = OMBRIX_HAL_FILTER_PID_ALL;
+  OmbrixHalFilterParameter parameter = pidParameter(OMBRIX_HAL_FILTER_PID_ALL);
   EXPECT_EQ(OmbrixHalFilterFileDigitalTsGetParameter(root, &parameter), 0);
   EXPECT_EQ(OmbrixHalFilterFileDigitalTsSetParameter(root, &parameter), 1);
   EXPECT_EQ(OmbrixHalFilterFileDigitalTsStart(root), 0) << "no handler";
@@ -36,8 +35,7 @@ TEST_F(FileDigitalTsSelection, StartsOnlyWithParameterAndHandlerAndIgnoresShortP
   const Bytes packet = tsPacketOf(0x20, 0x03);
   OmbrixHalFilterFileDigitalTsInputHandler(nullptr, packet.data(), 187, root);
   OmbrixHalFilterFileDigitalTsInputHandler(nullptr, packet.data(), 188, root);
-  EXPECT_EQ(deliveries.calls.size(), 1u);
-  EXPECT_EQ(deliveries.calls[0].first, root);
+  EXPECT_EQ(deliveries.from(), std::vector{root});
   EXPECT_EQ(OmbrixHalFilterFileDigitalTsCreate(nullptr), nullptr);
   EXPECT_EQ(OmbrixHalFilterFileDigitalTsDestroy(root), 1);
 }

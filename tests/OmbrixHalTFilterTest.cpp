@@ -1,17 +1,12 @@
 // Tests of the filter framework: the generic entry points with their log lines, opening, the
-// filter lists, and the chain builder with its creation and destruction orders.
+// filter lists, the chain builder with its creation and destruction orders, and what every
+// chain stage does alike on its parent.
 #include "OmbrixHalFakeFilter.h"
 #include "OmbrixHalFileTunerFixture.h"
 #include "OmbrixHalTTunerHead.h"
 
 namespace ombrixhal::test {
 namespace {
-
-OmbrixHalFilterParameter pidParameter(uint32_t pid) {
-  OmbrixHalFilterParameter parameter{};
-  parameter.pid = pid;
-  return parameter;
-}
 
 using FilterArguments = FileTunerTest;
 
@@ -100,10 +95,7 @@ TEST_F(FilterLogging, NamedFiltersReportTheirOutcomesUnderAFifteenCharacterName)
 }
 
 TEST_F(FilterLogging, AFailedSetIsLoggedUnderTheGetParameterNameAndUnnamedFiltersStayQuiet) {
-  static int dummies[64];
-  for (int& dummy : dummies) {  // no tuner entry left for a chain
-    ASSERT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, [](void*, const uint8_t*, uint32_t, void*) {}, &dummy), 1);
-  }
+  leaveTunerEntries(0);  // none for a chain
   Deliveries deliveries;
   const OmbrixHalFilterParameter parameter = pidParameter(0x100);
   OmbrixHalFilterHandle named = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "n", Deliveries::record, &deliveries);
@@ -165,6 +157,75 @@ TEST_F(FilterLists, PushInFrontAndUnlinkAnywhere) {
   head = OmbrixHalFilterRemoveFilterFromList(head, &c);
   EXPECT_EQ(head, &a);
   EXPECT_EQ(OmbrixHalFilterRemoveFilterFromList(head, &a), nullptr);
+}
+
+// A stage kind's exports, in the slot order of the operations (teletext has no Reset).
+struct StageKind {
+  const char* name;
+  OmbrixHalFilterType parentType;
+  bool runsWithoutHandler;  // the PCR stage, for polling
+  OmbrixHalFilterHandle (*create)(OmbrixHalFilterHandle);
+  OmbrixHalFilterOperations exports;
+  OmbrixHalFilterHandler input;
+};
+
+#define STAGE_EXPORTS(kind, reset)                                                                           \
+  OmbrixHalFilter##kind##Create,                                                                             \
+      {OmbrixHalFilter##kind##Destroy, OmbrixHalFilter##kind##SetFilterHandler, OmbrixHalFilter##kind##SetParameter, \
+       OmbrixHalFilter##kind##GetParameter, OmbrixHalFilter##kind##Start, OmbrixHalFilter##kind##Stop,           \
+       OmbrixHalFilter##kind##IsEnabled, reset},                                                              \
+      OmbrixHalFilter##kind##InputHandler
+
+const StageKind kStageKinds[] = {
+    {"section", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToSection, OmbrixHalFilterTsToSectionReset)},
+    {"PES", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToPes, OmbrixHalFilterTsToPesReset)},
+    {"PCR", OMBRIX_HAL_FILTER_TYPE_TS, true, STAGE_EXPORTS(TsToPcr, OmbrixHalFilterTsToPcrReset)},
+    {"teletext", OMBRIX_HAL_FILTER_TYPE_PES, false, STAGE_EXPORTS(PesToTtx, nullptr)},
+};
+
+using FilterStageLife = HalTest;
+
+TEST_F(FilterStageLife, EachStageNeedsItsParentsTypeAParameterAndAHandlerAndOwnsTheParentOnceHooked) {
+  const OmbrixHalFilterHandler ignore = [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {};
+  const Bytes packet = tsPacketOf(0x100, 0x00, true);
+  OmbrixHalFilterParameter parameter = pidParameter(0x100);
+  for (const StageKind& kind : kStageKinds) {
+    SCOPED_TRACE(kind.name);
+    const OmbrixHalFilterOperations& stage = kind.exports;
+    // Every export serves as a slot too, and tolerates a NULL handle.
+    EXPECT_EQ(kind.create(nullptr), nullptr);
+    EXPECT_EQ(stage.Destroy(nullptr) + stage.SetFilterHandler(nullptr, ignore, nullptr) +
+                  stage.SetParameter(nullptr, &parameter) + stage.GetParameter(nullptr, &parameter) +
+                  stage.Start(nullptr) + stage.Stop(nullptr) + stage.IsEnabled(nullptr),
+              0);
+    if (stage.Reset != nullptr) {
+      stage.Reset(nullptr);
+    }
+    kind.input(nullptr, packet.data(), kTsPacketSize, nullptr);
+    FakeParentFilter* wrongParent = createFakeParent(kind.parentType == OMBRIX_HAL_FILTER_TYPE_TS
+                                                         ? OMBRIX_HAL_FILTER_TYPE_PES
+                                                         : OMBRIX_HAL_FILTER_TYPE_TS);
+    EXPECT_EQ(kind.create(&wrongParent->head), nullptr);
+    delete wrongParent;
+
+    const int destroyed = FakeParentFilter::destroyed;
+    FakeParentFilter* parent = createFakeParent(kind.parentType);
+    EXPECT_EQ(stage.Destroy(kind.create(&parent->head)), 1);
+    EXPECT_EQ(FakeParentFilter::destroyed, destroyed) << "an unhooked stage leaves its parent alone";
+    OmbrixHalFilterHandle filter = kind.create(&parent->head);
+    EXPECT_EQ(stage.Start(filter), 0) << "no parameter";
+    ASSERT_EQ(stage.SetParameter(filter, &parameter), 1);
+    EXPECT_EQ(stage.Start(filter), kind.runsWithoutHandler ? 1 : 0) << "no handler";
+    EXPECT_EQ(stage.SetFilterHandler(filter, nullptr, nullptr), kind.runsWithoutHandler ? 1 : 0);
+    ASSERT_EQ(stage.SetFilterHandler(filter, ignore, nullptr), 1);
+    EXPECT_EQ(parent->input, kind.input);
+    parent->refuseStart = true;
+    EXPECT_EQ(stage.Start(filter) + stage.IsEnabled(filter), 0);
+    parent->refuseStart = false;
+    EXPECT_EQ(stage.Start(filter) + stage.IsEnabled(filter), 2);
+    EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
+    EXPECT_EQ(FakeParentFilter::destroyed, destroyed + 1);
+  }
 }
 
 }  // namespace

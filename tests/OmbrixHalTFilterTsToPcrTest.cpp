@@ -5,7 +5,7 @@
 
 #include "OmbrixHalFakeClock.h"
 #include "OmbrixHalFakeFilter.h"
-#include "OmbrixHalPesBuilder.h"
+#include "OmbrixHalStreamBuilder.h"
 
 namespace ombrixhal::test {
 namespace {
@@ -16,24 +16,13 @@ struct Record {
   bool operator==(const Record&) const = default;
 };
 
-class PcrFilterTest : public FakeClockTest {
+class PcrReporting : public StageTest<FakeClockTest> {
  protected:
-  void SetUp() override {
-    FakeClockTest::SetUp();
-    parent = createFakeParent();
-    filter = OmbrixHalFilterTsToPcrCreate(&parent->head);
-    ASSERT_NE(filter, nullptr);
-  }
-  void TearDown() override {
-    OmbrixHalFilterTsToPcrDestroy(filter);
-    FakeClockTest::TearDown();
-  }
+  // The value set must not come back as the PCR.
   void start(OmbrixHalFilterHandler handler) {
-    ASSERT_TRUE(OmbrixHalFilterTsToPcrSetFilterHandler(filter, handler, &deliveries));
-    OmbrixHalFilterParameter parameter = parameterForPid(0x100);
+    OmbrixHalFilterParameter parameter = pidParameter(0x100);
     parameter.value = 0xdeadbeef;
-    ASSERT_TRUE(OmbrixHalFilterTsToPcrSetParameter(filter, &parameter));
-    ASSERT_TRUE(OmbrixHalFilterTsToPcrStart(filter));
+    makeStage(OmbrixHalFilterTsToPcrCreate, OMBRIX_HAL_FILTER_TYPE_TS, parameter, handler);
   }
   uint32_t currentPcr() {
     OmbrixHalFilterParameter parameter{};
@@ -43,7 +32,7 @@ class PcrFilterTest : public FakeClockTest {
   }
   std::vector<Record> records() const {
     std::vector<Record> records;
-    for (const Bytes& data : deliveries.data) {
+    for (const Bytes& data : deliveries.data()) {
       EXPECT_EQ(data.size(), sizeof(Record));
       Record record{};
       std::memcpy(&record, data.data(), sizeof record);
@@ -51,19 +40,7 @@ class PcrFilterTest : public FakeClockTest {
     }
     return records;
   }
-
-  FakeParentFilter* parent = nullptr;
-  OmbrixHalFilterHandle filter = nullptr;
-  Deliveries deliveries;
 };
-
-using PcrReporting = PcrFilterTest;
-
-TEST_F(PcrReporting, CurrentPcrIsZeroBeforeTheFirstPcr) {
-  start(Deliveries::record);
-  parent->deliver(tsPacket(1));
-  EXPECT_EQ(currentPcr(), 0u);
-}
 
 TEST_F(PcrReporting, CurrentPcrAdvances45UnitsAMillisecond) {
   start(Deliveries::record);
@@ -81,15 +58,16 @@ TEST_F(PcrReporting, SecondPcrCountsThePacketsSinceTheFirstIncludingItself) {
   }
   parent->deliver(pcrPacket(2000));
   EXPECT_EQ(records(), (std::vector<Record>{{1000, 0}, {2000, 4}}));
-  EXPECT_EQ(deliveries.from, (std::vector<OmbrixHalFilterHandle>{filter, filter}));
+  EXPECT_EQ(deliveries.from(), (std::vector{filter, filter}));
 }
 
-TEST_F(PcrReporting, PacketWithoutAdaptationFieldNeverGivesAPcr) {
+TEST_F(PcrReporting, PacketsWithoutAPcrInTheirAdaptationFieldNeverGiveOne) {
   start(Deliveries::record);
-  Bytes packet = pcrPacket(1000);
-  packet[3] = 0x10;  // adaptation_field_control 1: byte 5 is payload
-  parent->deliver(packet);
-  EXPECT_TRUE(deliveries.data.empty());
+  Bytes payloadOnly = pcrPacket(1000);
+  payloadOnly[3] = 0x10;  // adaptation_field_control 1: byte 5 is payload
+  parent->deliver(payloadOnly);
+  parent->deliver(tsPacket(1));
+  EXPECT_TRUE(deliveries.calls.empty());
   EXPECT_EQ(currentPcr(), 0u);
 }
 
@@ -104,12 +82,7 @@ TEST_F(PcrReporting, ResetAndRestartForgetThePcr) {
   EXPECT_EQ(currentPcr(), 0u);
 }
 
-TEST_F(PcrReporting, RunsWithoutHandlerForPolling) {
-  start(nullptr);
-  parent->deliver(pcrPacket(1000));
-  EXPECT_EQ(currentPcr(), 1000u);
-}
-
+// Without a handler, for polling only.
 TEST_F(PcrReporting, PollingWhileAnotherThreadDelivers) {
   start(nullptr);
   std::atomic<bool> delivered{false};
@@ -128,38 +101,6 @@ TEST_F(PcrReporting, PollingWhileAnotherThreadDelivers) {
     }
   });
   EXPECT_EQ(currentPcr(), 2000u);
-}
-
-class PcrFilterLife : public FakeClockTest {};
-
-TEST_F(PcrFilterLife, CreateNeedsATsParent) {
-  EXPECT_EQ(OmbrixHalFilterTsToPcrCreate(nullptr), nullptr);
-  FakeParentFilter* pes = createFakeParent(OMBRIX_HAL_FILTER_TYPE_PES);
-  EXPECT_EQ(OmbrixHalFilterTsToPcrCreate(&pes->head), nullptr);
-  delete pes;
-}
-
-TEST_F(PcrFilterLife, DestroyClosesTheParentOnceHookedEvenWithoutHandler) {
-  const int destroyedBefore = FakeParentFilter::destroyed;
-  FakeParentFilter* parent = createFakeParent();
-  OmbrixHalFilterHandle filter = OmbrixHalFilterTsToPcrCreate(&parent->head);
-  ASSERT_TRUE(OmbrixHalFilterTsToPcrSetFilterHandler(filter, nullptr, nullptr));
-  ASSERT_TRUE(OmbrixHalFilterClose(filter));
-  EXPECT_EQ(FakeParentFilter::destroyed, destroyedBefore + 1);
-}
-
-TEST_F(PcrFilterLife, EveryOperationToleratesNull) {
-  OmbrixHalFilterParameter parameter{};
-  EXPECT_EQ(OmbrixHalFilterTsToPcrDestroy(nullptr), 0);
-  EXPECT_EQ(OmbrixHalFilterTsToPcrSetFilterHandler(nullptr, Deliveries::record, nullptr), 0);
-  EXPECT_EQ(OmbrixHalFilterTsToPcrSetParameter(nullptr, &parameter), 0);
-  EXPECT_EQ(OmbrixHalFilterTsToPcrGetParameter(nullptr, &parameter), 0);
-  EXPECT_EQ(OmbrixHalFilterTsToPcrStart(nullptr), 0);
-  EXPECT_EQ(OmbrixHalFilterTsToPcrStop(nullptr), 0);
-  EXPECT_EQ(OmbrixHalFilterTsToPcrIsEnabled(nullptr), 0);
-  OmbrixHalFilterTsToPcrReset(nullptr);
-  const Bytes packet = pcrPacket(1);
-  OmbrixHalFilterTsToPcrInputHandler(nullptr, packet.data(), kTsPacketSize, nullptr);
 }
 
 }  // namespace

@@ -1,116 +1,74 @@
-// Tests of the PES filter on a fake TS parent: assembly of bounded and unbounded PES packets,
-// the rules kept for oversized packets and short payloads, and the stage's life on its parent.
+// Tests of the PES filter on a fake TS parent: assembly of bounded and unbounded PES packets, and
+// the rules kept for oversized packets and short payloads.
 #include "OmbrixHalFakeFilter.h"
-#include "OmbrixHalPesBuilder.h"
+#include "OmbrixHalStreamBuilder.h"
 #include "OmbrixHalTestFixture.h"
 
 namespace ombrixhal::test {
 namespace {
 
-class PesFilterTest : public HalTest {
+class PesAssembly : public StageTest<HalTest> {
  protected:
   void SetUp() override {
     HalTest::SetUp();
-    parent = createFakeParent();
-    filter = OmbrixHalFilterTsToPesCreate(&parent->head);
-    ASSERT_NE(filter, nullptr);
-    ASSERT_TRUE(OmbrixHalFilterTsToPesSetFilterHandler(filter, Deliveries::record, &deliveries));
-    const OmbrixHalFilterParameter parameter = parameterForPid(0x100);
-    ASSERT_TRUE(OmbrixHalFilterTsToPesSetParameter(filter, &parameter));
-    ASSERT_TRUE(OmbrixHalFilterTsToPesStart(filter));
+    makeStage(OmbrixHalFilterTsToPesCreate, OMBRIX_HAL_FILTER_TYPE_TS);
   }
-  void TearDown() override {
-    OmbrixHalFilterTsToPesDestroy(filter);
-    HalTest::TearDown();
-  }
-  void deliver(const std::vector<Bytes>& packets) {
-    for (const Bytes& packet : packets) {
-      parent->deliver(packet);
-    }
-  }
-  // A unit start that ends whatever is being assembled.
-  void deliverNextUnitStart() { deliver({tsPacketsOf(pesPacket(100, false)).front()}); }
-
-  FakeParentFilter* parent = nullptr;
-  OmbrixHalFilterHandle filter = nullptr;
-  Deliveries deliveries;
 };
 
-using PesAssembly = PesFilterTest;
-
-TEST_F(PesAssembly, BoundedPacketOverElevenTsPacketsIsDeliveredOnceAtItsEnd) {
-  const Bytes pes = pesPacket(2006);
-  const std::vector<Bytes> packets = tsPacketsOf(pes);
-  ASSERT_EQ(packets.size(), 11u);
-  deliver(packets);
-  ASSERT_EQ(deliveries.data.size(), 1u);
-  EXPECT_EQ(deliveries.data[0], pes);
-  EXPECT_EQ(deliveries.from[0], filter);
-  deliverNextUnitStart();
-  EXPECT_EQ(deliveries.data.size(), 1u);
-}
-
-TEST_F(PesAssembly, UnboundedPacketIsDeliveredAtTheNextUnitStart) {
-  const Bytes pes = pesPacket(500, false);
-  deliver(tsPacketsOf(pes));
-  EXPECT_TRUE(deliveries.data.empty());
-  deliverNextUnitStart();
-  ASSERT_EQ(deliveries.data.size(), 1u);
-  EXPECT_EQ(deliveries.data[0], pes);
-}
-
-TEST_F(PesAssembly, PacketsBeforeTheFirstUnitStartAreIgnored) {
-  const std::vector<Bytes> packets = tsPacketsOf(pesPacket(600));
-  deliver({packets.begin() + 1, packets.end()});
-  const Bytes pes = pesPacket(300);
-  deliver(tsPacketsOf(pes));
-  ASSERT_EQ(deliveries.data.size(), 1u);
-  EXPECT_EQ(deliveries.data[0], pes);
-}
-
-TEST_F(PesAssembly, BoundedPacketEndingInsideAPayloadIsNeverDelivered) {
-  Bytes pes = pesPacket(300);
-  pes.resize(368, 0xff);  // two full payloads, the PES packet ending in the second
-  deliver(tsPacketsOf(pes));
-  deliverNextUnitStart();
-  EXPECT_TRUE(deliveries.data.empty());
-}
-
-TEST_F(PesAssembly, UnboundedPacketBeyond64KiBIsCutAtTheLastPacketThatFitted) {
-  const Bytes pes = pesPacket(70000, false);
-  deliver(tsPacketsOf(pes));
-  deliverNextUnitStart();
-  ASSERT_EQ(deliveries.data.size(), 1u);
-  // 356 whole payloads of 184 bytes fit in 65536; the 357th overflows.
-  const size_t fitted = 356 * kTsPayloadSize;
-  EXPECT_EQ(deliveries.data[0], Bytes(pes.begin(), pes.begin() + fitted));
-}
-
-TEST_F(PesAssembly, PayloadStartAbove183StopsAssemblyUntilTheNextUnitStart) {
+TEST_F(PesAssembly, DeliversBoundedPacketsAtTheirEndAndUnboundedOnesAtTheNextUnitStart) {
+  const Bytes bounded = pesPacket(2006);  // over eleven TS packets
+  const Bytes unbounded = pesPacket(500, false);
+  const Bytes huge = pesPacket(70000, false);
+  const std::vector<Bytes> late = tsPacketsOf(pesPacket(600));
+  Bytes endsInside = pesPacket(300);
+  endsInside.resize(368, 0xff);  // two full payloads, the PES packet ending in the second
   const Bytes cut = pesPacket(400, false);
   const std::vector<Bytes> cutPackets = tsPacketsOf(cut);
-  deliver({cutPackets[0]});
-  const Bytes shortStart = {0x00, 0x00, 0x01, 0xe0};
-  deliver({tsPacketCarrying(shortStart.data(), 4, true), cutPackets[1], cutPackets[2]});
   const Bytes next = pesPacket(250);
-  deliver(tsPacketsOf(next));
-  ASSERT_EQ(deliveries.data.size(), 2u);
-  EXPECT_EQ(deliveries.data[0], Bytes(cut.begin(), cut.begin() + kTsPayloadSize));
-  EXPECT_EQ(deliveries.data[1], next);
+  const std::vector<Bytes> nextPackets = tsPacketsOf(next);
+  std::vector<Bytes> lateThenNext(late.begin() + 1, late.end());
+  lateThenNext.insert(lateThenNext.end(), nextPackets.begin(), nextPackets.end());
+  const struct {
+    const char* name;
+    std::vector<Bytes> packets;
+    std::vector<Bytes> delivered;  // by the time the next unit start has come
+    size_t deliveredBeforeIt;
+  } cases[] = {
+      {"bounded", tsPacketsOf(bounded), {bounded}, 1},
+      {"unbounded", tsPacketsOf(unbounded), {unbounded}, 0},
+      {"before the first unit start", lateThenNext,
+       {next}, 1},
+      {"bounded, ending inside a payload", tsPacketsOf(endsInside), {}, 0},
+      // 356 whole payloads of 184 bytes fit in 65536; the 357th overflows.
+      {"unbounded beyond 64 KiB", tsPacketsOf(huge), {Bytes(huge.begin(), huge.begin() + 356 * kTsPayloadSize)}, 0},
+      // A payload that starts above byte 183 stops the assembly until the next unit start.
+      {"payload start above 183",
+       {cutPackets[0], tsPacketWith({0x00, 0x00, 0x01, 0xe0}, true, 179), cutPackets[1], cutPackets[2],
+        nextPackets[0], nextPackets[1]},
+       {Bytes(cut.begin(), cut.begin() + kTsPayloadSize), next}, 2},
+  };
+  const Bytes nextUnitStart = tsPacketsOf(pesPacket(100, false)).front();
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    OmbrixHalFilterTsToPesReset(filter);
+    deliveries.calls.clear();
+    deliver(c.packets);
+    EXPECT_EQ(deliveries.calls.size(), c.deliveredBeforeIt);
+    parent->deliver(nextUnitStart);
+    EXPECT_EQ(deliveries.data(), c.delivered);
+    EXPECT_EQ(deliveries.from(), std::vector(c.delivered.size(), filter));
+  }
 }
 
 TEST_F(PesAssembly, PayloadStartAt183TakesTheLengthByteBeyondThePacketAsZero) {
   // PES_packet_length 0x01?? whose low byte would be packet byte 188: read as 0x0100.
-  const Bytes head = {0x00, 0x00, 0x01, 0xe0, 0x01};
+  const Bytes first = tsPacketWith({0x00, 0x00, 0x01, 0xe0, 0x01}, true, 178);
   // On the heap and exactly 188 bytes long, so that the address sanitizer sees a stray read.
-  const Bytes first = tsPacketCarrying(head.data(), 5, true);
   ASSERT_EQ(first.capacity(), kTsPacketSize);
   parent->deliver(first);
-  const Bytes rest(256 + 6 - 5, 0x5a);
-  deliver({tsPacketCarrying(rest.data(), kTsPayloadSize, false),
-           tsPacketCarrying(rest.data() + kTsPayloadSize, 73, false)});
-  ASSERT_EQ(deliveries.data.size(), 1u);
-  EXPECT_EQ(deliveries.data[0].size(), 262u);
+  deliver({tsPacketWith(Bytes(kTsPayloadSize, 0x5a), false), tsPacketWith(Bytes(73, 0x5a), false, 110)});
+  ASSERT_EQ(deliveries.calls.size(), 1u);
+  EXPECT_EQ(deliveries.calls[0].second.size(), 262u);
 }
 
 TEST_F(PesAssembly, ResetDropsThePartialPacket) {
@@ -118,60 +76,7 @@ TEST_F(PesAssembly, ResetDropsThePartialPacket) {
   deliver({packets[0], packets[1]});
   OmbrixHalFilterTsToPesReset(filter);
   deliver({packets.begin() + 2, packets.end()});
-  EXPECT_TRUE(deliveries.data.empty());
-}
-
-class PesFilterLife : public HalTest {};
-
-TEST_F(PesFilterLife, CreateNeedsATsParent) {
-  EXPECT_EQ(OmbrixHalFilterTsToPesCreate(nullptr), nullptr);
-  FakeParentFilter* pes = createFakeParent(OMBRIX_HAL_FILTER_TYPE_PES);
-  EXPECT_EQ(OmbrixHalFilterTsToPesCreate(&pes->head), nullptr);
-  delete pes;
-}
-
-TEST_F(PesFilterLife, StartNeedsParameterAndHandler) {
-  FakeParentFilter* parent = createFakeParent();
-  OmbrixHalFilterHandle filter = OmbrixHalFilterTsToPesCreate(&parent->head);
-  const OmbrixHalFilterParameter parameter{};
-  ASSERT_TRUE(OmbrixHalFilterTsToPesSetParameter(filter, &parameter));
-  EXPECT_FALSE(OmbrixHalFilterTsToPesStart(filter));
-  EXPECT_FALSE(OmbrixHalFilterTsToPesSetFilterHandler(filter, nullptr, nullptr));
-  Deliveries deliveries;
-  ASSERT_TRUE(OmbrixHalFilterTsToPesSetFilterHandler(filter, Deliveries::record, &deliveries));
-  parent->refuseStart = true;
-  EXPECT_FALSE(OmbrixHalFilterTsToPesStart(filter));
-  EXPECT_FALSE(OmbrixHalFilterTsToPesIsEnabled(filter));
-  parent->refuseStart = false;
-  EXPECT_TRUE(OmbrixHalFilterTsToPesStart(filter));
-  EXPECT_TRUE(OmbrixHalFilterTsToPesIsEnabled(filter));
-  OmbrixHalFilterTsToPesDestroy(filter);
-}
-
-TEST_F(PesFilterLife, DestroyClosesTheParentOnlyOnceHooked) {
-  const int destroyedBefore = FakeParentFilter::destroyed;
-  FakeParentFilter* parent = createFakeParent();
-  ASSERT_TRUE(OmbrixHalFilterTsToPesDestroy(OmbrixHalFilterTsToPesCreate(&parent->head)));
-  EXPECT_EQ(FakeParentFilter::destroyed, destroyedBefore);
-  OmbrixHalFilterHandle filter = OmbrixHalFilterTsToPesCreate(&parent->head);
-  Deliveries deliveries;
-  ASSERT_TRUE(OmbrixHalFilterTsToPesSetFilterHandler(filter, Deliveries::record, &deliveries));
-  ASSERT_TRUE(OmbrixHalFilterClose(filter));
-  EXPECT_EQ(FakeParentFilter::destroyed, destroyedBefore + 1);
-}
-
-TEST_F(PesFilterLife, EveryOperationToleratesNull) {
-  OmbrixHalFilterParameter parameter{};
-  EXPECT_EQ(OmbrixHalFilterTsToPesDestroy(nullptr), 0);
-  EXPECT_EQ(OmbrixHalFilterTsToPesSetFilterHandler(nullptr, Deliveries::record, nullptr), 0);
-  EXPECT_EQ(OmbrixHalFilterTsToPesSetParameter(nullptr, &parameter), 0);
-  EXPECT_EQ(OmbrixHalFilterTsToPesGetParameter(nullptr, &parameter), 0);
-  EXPECT_EQ(OmbrixHalFilterTsToPesStart(nullptr), 0);
-  EXPECT_EQ(OmbrixHalFilterTsToPesStop(nullptr), 0);
-  EXPECT_EQ(OmbrixHalFilterTsToPesIsEnabled(nullptr), 0);
-  OmbrixHalFilterTsToPesReset(nullptr);
-  const Bytes packet = tsPacketsOf(pesPacket(100)).front();
-  OmbrixHalFilterTsToPesInputHandler(nullptr, packet.data(), kTsPacketSize, nullptr);
+  EXPECT_TRUE(deliveries.calls.empty());
 }
 
 }  // namespace

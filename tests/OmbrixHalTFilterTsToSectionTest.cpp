@@ -1,7 +1,7 @@
 // Tests of the section filter on a fake TS parent: assembly across packets, pointer fields and
-// stuffing, CRC and match/mask, statistics, and the stage's life with its parent.
+// stuffing, CRC and match/mask, and the statistics.
 #include "OmbrixHalFakeFilter.h"
-#include "OmbrixHalSectionBuilder.h"
+#include "OmbrixHalStreamBuilder.h"
 #include "OmbrixHalTestFixture.h"
 
 namespace ombrixhal::test {
@@ -14,150 +14,96 @@ OmbrixHalFilterParameter parameterWith(uint32_t crcCheck, uint32_t filterLen = 0
   return parameter;
 }
 
-class SectionFilterTest : public HalTest {
+class SectionFilterTest : public StageTest<HalTest> {
  protected:
   void SetUp() override {
     HalTest::SetUp();
-    FakeParentFilter::destroyed = 0;
-    parent = createFakeParent();
-    filter = OmbrixHalFilterTsToSectionCreate(&parent->head);
-    ASSERT_NE(filter, nullptr);
+    makeStage(OmbrixHalFilterTsToSectionCreate, OMBRIX_HAL_FILTER_TYPE_TS);
   }
-  void TearDown() override {
-    OmbrixHalFilterTsToSectionDestroy(filter);
-    // An unhooked filter leaves its parent to the test.
-    if (FakeParentFilter::destroyed == 0) {
-      delete parent;
-    }
-    HalTest::TearDown();
-  }
-
-  // Hooked, with `parameter` set, and running.
-  void start(OmbrixHalFilterParameter parameter = {}) {
-    ASSERT_TRUE(OmbrixHalFilterTsToSectionSetFilterHandler(filter, record, this));
-    ASSERT_TRUE(OmbrixHalFilterTsToSectionSetParameter(filter, &parameter));
-    ASSERT_TRUE(OmbrixHalFilterTsToSectionStart(filter));
-  }
-  void deliverAll(const std::vector<Bytes>& packets) {
-    for (const Bytes& packet : packets) {
-      parent->deliver(packet);
-    }
+  // Running again with `parameter`, the deliveries and the statistics cleared.
+  void restartWith(OmbrixHalFilterParameter parameter) {
+    ASSERT_TRUE(OmbrixHalFilterStop(filter));
+    ASSERT_TRUE(OmbrixHalFilterTsToSectionInfoReset(filter));
+    deliveries.calls.clear();
+    ASSERT_TRUE(OmbrixHalFilterSetParameter(filter, &parameter));
+    ASSERT_TRUE(OmbrixHalFilterStart(filter));
   }
   OmbrixHalFilterInfo info() {
     OmbrixHalFilterInfo result{};
     EXPECT_TRUE(OmbrixHalFilterTsToSectionGetInfo(filter, &result));
     return result;
   }
-
-  static void record(OmbrixHalFilterHandle aFilter, const uint8_t* aData, uint32_t aLength, void* aContext) {
-    auto& test = *static_cast<SectionFilterTest*>(aContext);
-    EXPECT_EQ(aFilter, test.filter);
-    test.sections.emplace_back(aData, aData + aLength);
-    if (test.destroyOnDelivery) {
-      OmbrixHalFilterTsToSectionDestroy(aFilter);
-      test.filter = nullptr;
-    }
-  }
-
-  FakeParentFilter* parent = nullptr;
-  OmbrixHalFilterHandle filter = nullptr;
-  std::vector<Bytes> sections;
-  bool destroyOnDelivery = false;
 };
 
 using SectionAssembly = SectionFilterTest;
 
-TEST_F(SectionAssembly, PacketsOfAnyOtherLengthThan188AreIgnored) {
-  start();
-  const Bytes packet = sectionPacket(true, concat({{0x00}, section(0x00, 9)}));
-  for (size_t length : {187, 204}) {
-    Bytes resized = packet;
-    resized.resize(length, 0xFF);
-    parent->deliver(resized);
-  }
-  EXPECT_TRUE(sections.empty());
-  EXPECT_EQ(info().sectionsReceived, 0u);
-}
-
-TEST_F(SectionAssembly, SectionSplitOverThreePacketsIsDeliveredOnceWhole) {
-  start();
-  const Bytes expected = section(0x42, 400, 5);
-  const std::vector<Bytes> packets = sectionPackets(expected);
-  ASSERT_EQ(packets.size(), 3u);
-  deliverAll(packets);
-  EXPECT_EQ(sections, std::vector<Bytes>{expected});
-}
-
-TEST_F(SectionAssembly, LargestSectionFillsTheBufferAndIsDelivered) {
-  start(parameterWith(1));
-  const Bytes expected = section(0x50, 0xFFF - 4, 1);
-  ASSERT_EQ(expected.size(), 4098u);
-  deliverAll(sectionPackets(expected));
-  EXPECT_EQ(sections, std::vector<Bytes>{expected});
-}
-
-TEST_F(SectionAssembly, TwoSectionsInOnePacketAreBothDeliveredAndStuffingSkipped) {
-  start();
+TEST_F(SectionAssembly, DeliversEveryWholeSectionThePacketsCarryAndCountsIt) {
+  const Bytes split = section(0x42, 400, 5);
+  const Bytes largest = section(0x50, 0xFFF - 4, 1);  // fills the 4098-byte buffer
   const Bytes first = section(0x00, 9, 1);
   const Bytes second = section(0x02, 20, 2);
-  parent->deliver(sectionPacket(true, concat({{0x00}, first, second})));
-  EXPECT_EQ(sections, (std::vector<Bytes>{first, second}));
-}
-
-// Pointer fields that cut off what came before: a running section, and a false start read from
-// the bytes before the new-section position.
-TEST_F(SectionAssembly, NewSectionPositionCutsOffWhatIsBeingAssembled) {
-  start();
-  const Bytes cut = section(0x42, 300, 3);
-  const Bytes next = section(0x46, 30, 4);
-  parent->deliver(sectionPackets(cut)[0]);
-  parent->deliver(sectionPacket(true, concat({{0x0A}, Bytes(10, 0x11), next})));
+  const Bytes running = tsPacketsOf(section(0x42, 300, 3), true)[0];
   const Bytes falseStart{0x42, 0x00, 0x10, 0xAA};
-  parent->deliver(sectionPacket(true, concat({{0x04}, falseStart, next})));
-  EXPECT_EQ(sections, (std::vector<Bytes>{next, next}));
-  EXPECT_EQ(info().sectionsReceived, 2u);
-}
-
-TEST_F(SectionAssembly, SectionLengthZeroIsNeverDelivered) {
-  start();
-  parent->deliver(sectionPacket(true, concat({{0x00, 0x00, 0xB0, 0x00}, Bytes(180, 0x12)})));
-  parent->deliver(sectionPacket(false, Bytes(184, 0x34)));
-  const Bytes next = section(0x00, 9);
-  parent->deliver(sectionPacket(true, concat({{0x00}, next})));
-  EXPECT_EQ(sections, std::vector<Bytes>{next});
-  EXPECT_EQ(info().sectionsReceived, 1u);
-}
-
-TEST_F(SectionAssembly, PayloadStartsBehindTheAdaptationFieldAndPacketsWithoutPayloadAreIgnored) {
-  start();
-  const Bytes expected = section(0x00, 9);
-  Bytes noPayload = sectionPacket(true, concat({{0x00}, expected}));
+  Bytes noPayload = tsPacketWith(concat({{0x00}, first}), true);
   noPayload[3] = 0x20;
-  parent->deliver(noPayload);
-  Bytes filledByAdaptation = sectionPacket(true, {}, 182);
-  std::copy(expected.begin(), expected.end(), filledByAdaptation.end() - 4);
-  parent->deliver(filledByAdaptation);
-  EXPECT_TRUE(sections.empty());
-  parent->deliver(sectionPacket(true, concat({{0x00}, expected}), 20));
-  EXPECT_EQ(sections, std::vector<Bytes>{expected});
+  Bytes otherLength = tsPacketWith(concat({{0x00}, first}), true);
+  otherLength.resize(204, 0xFF);
+  const struct {
+    const char* name;
+    std::vector<Bytes> packets;
+    std::vector<Bytes> sections;
+  } cases[] = {
+      {"other lengths than 188", {Bytes(otherLength.begin(), otherLength.end() - 17), otherLength}, {}},
+      {"split over three packets", tsPacketsOf(split, true), {split}},
+      {"largest", tsPacketsOf(largest, true), {largest}},
+      {"two in one packet, then stuffing", {tsPacketWith(concat({{0x00}, first, second}), true)}, {first, second}},
+      // The new-section position cuts off a running section, and a false start read from the
+      // bytes before it.
+      {"pointer field cuts off",
+       {running, tsPacketWith(concat({{0x0A}, Bytes(10, 0x11), second}), true),
+        tsPacketWith(concat({{0x04}, falseStart, second}), true)},
+       {second, second}},
+      {"section_length 0",
+       {tsPacketWith(concat({{0x00, 0x00, 0xB0, 0x00}, Bytes(180, 0x12)}), true), tsPacketWith(Bytes(184, 0x34), false),
+        tsPacketWith(concat({{0x00}, first}), true)},
+       {first}},
+      {"no payload, or an adaptation field that fills the packet",
+       {noPayload, tsPacketWith({}, true, 183), tsPacketWith(concat({{0x00}, first}), true, 20)},
+       {first}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    restartWith(parameterWith(1));
+    deliver(c.packets);
+    EXPECT_EQ(deliveries.data(), c.sections);
+    EXPECT_EQ(deliveries.from(), std::vector(c.sections.size(), filter));
+    EXPECT_EQ(info().sectionsReceived, c.sections.size());
+  }
 }
 
 TEST_F(SectionAssembly, StartDropsThePartialSectionThatStopKept) {
-  start();
-  const std::vector<Bytes> packets = sectionPackets(section(0x42, 300));
+  const std::vector<Bytes> packets = tsPacketsOf(section(0x42, 300), true);
   parent->deliver(packets[0]);
   OmbrixHalFilterTsToSectionStop(filter);
   OmbrixHalFilterTsToSectionStart(filter);
   parent->deliver(packets[1]);
-  EXPECT_TRUE(sections.empty());
+  EXPECT_TRUE(deliveries.calls.empty());
 }
 
 TEST_F(SectionAssembly, HandlerMayDestroyItsFilterDuringDelivery) {
-  start();
-  destroyOnDelivery = true;
-  parent->deliver(sectionPacket(true, concat({{0x00}, section(0x00, 9), section(0x02, 9)})));
-  EXPECT_EQ(sections.size(), 1u);
-  EXPECT_EQ(FakeParentFilter::destroyed, 1);
+  static int calls;
+  calls = 0;
+  const int destroyed = FakeParentFilter::destroyed;
+  ASSERT_TRUE(OmbrixHalFilterSetHandler(
+      filter, [](OmbrixHalFilterHandle aFilter, const uint8_t*, uint32_t, void*) {
+        ++calls;
+        OmbrixHalFilterTsToSectionDestroy(aFilter);
+      },
+      nullptr));
+  parent->deliver(tsPacketWith(concat({{0x00}, section(0x00, 9), section(0x02, 9)}), true));
+  filter = nullptr;
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(FakeParentFilter::destroyed, destroyed + 1);
 }
 
 using SectionChecks = SectionFilterTest;
@@ -171,14 +117,11 @@ TEST_F(SectionChecks, CrcFailureIsCountedAndDeliveredOnlyWithoutTheCheck) {
   } cases[] = {{1, false, 1, 0}, {1, true, 0, 1}, {0, true, 1, 0}};
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "crcCheck " << c.crcCheck << " flip " << c.flip);
-    OmbrixHalFilterTsToSectionStop(filter);
-    OmbrixHalFilterTsToSectionInfoReset(filter);
-    sections.clear();
-    start(parameterWith(c.crcCheck));
+    restartWith(parameterWith(c.crcCheck));
     Bytes bytes = section(0x02, 60);
     bytes[30] ^= c.flip ? 0x04 : 0x00;
-    deliverAll(sectionPackets(bytes));
-    EXPECT_EQ(sections.size(), c.delivered);
+    deliver(tsPacketsOf(bytes, true));
+    EXPECT_EQ(deliveries.calls.size(), c.delivered);
     const OmbrixHalFilterInfo statistics = info();
     EXPECT_EQ(statistics.sectionsReceived, 1u);
     EXPECT_EQ(statistics.crcErrors, c.crcErrors);
@@ -187,6 +130,8 @@ TEST_F(SectionChecks, CrcFailureIsCountedAndDeliveredOnlyWithoutTheCheck) {
   const OmbrixHalFilterInfo reset = info();
   EXPECT_EQ((std::vector<uint32_t>{reset.infoWord, reset.sectionsReceived, reset.crcErrors}),
             (std::vector<uint32_t>{1, 0, 0}));
+  OmbrixHalFilterInfo statistics{};
+  EXPECT_EQ(OmbrixHalFilterTsToSectionGetInfo(nullptr, &statistics) + OmbrixHalFilterTsToSectionInfoReset(nullptr), 0);
 }
 
 // The section starts 0x4E 0xB0 0x11 (table_id, then the length bytes).
@@ -208,60 +153,13 @@ TEST_F(SectionChecks, MatchAndMaskCompareTheFirstBytesIncludingTheLengthBytes) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "filterLen " << c.filterLen << " match " << int{c.match.back()});
-    OmbrixHalFilterTsToSectionStop(filter);
-    sections.clear();
     OmbrixHalFilterParameter parameter = parameterWith(0, c.filterLen);
     std::copy(c.match.begin(), c.match.end(), parameter.match);
     std::copy(c.mask.begin(), c.mask.end(), parameter.mask);
-    start(parameter);
-    deliverAll(sectionPackets(section(0x4E, 13)));
-    EXPECT_EQ(sections.size(), c.delivered ? 1u : 0u);
+    restartWith(parameter);
+    deliver(tsPacketsOf(section(0x4E, 13), true));
+    EXPECT_EQ(deliveries.calls.size(), c.delivered ? 1u : 0u);
   }
-}
-
-using SectionFilterLife = SectionFilterTest;
-
-TEST_F(SectionFilterLife, StartNeedsParameterAndHandler) {
-  const OmbrixHalFilterParameter parameter{};
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionStart(filter));
-  OmbrixHalFilterTsToSectionSetParameter(filter, &parameter);
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionStart(filter));
-  EXPECT_EQ(parent->startCalls, 0);
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionSetFilterHandler(filter, nullptr, nullptr));
-  parent->refuseStart = true;
-  ASSERT_TRUE(OmbrixHalFilterTsToSectionSetFilterHandler(filter, record, this));
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionStart(filter));
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionIsEnabled(filter));
-  parent->refuseStart = false;
-  EXPECT_TRUE(OmbrixHalFilterTsToSectionStart(filter));
-  EXPECT_TRUE(OmbrixHalFilterTsToSectionIsEnabled(filter));
-}
-
-TEST_F(SectionFilterLife, DestroyClosesTheParentOnlyOnceHooked) {
-  OmbrixHalFilterTsToSectionDestroy(filter);
-  EXPECT_EQ(FakeParentFilter::destroyed, 0);
-  filter = OmbrixHalFilterTsToSectionCreate(&parent->head);
-  ASSERT_TRUE(OmbrixHalFilterTsToSectionSetFilterHandler(filter, record, this));
-  OmbrixHalFilterTsToSectionDestroy(filter);
-  filter = nullptr;
-  EXPECT_EQ(FakeParentFilter::destroyed, 1);
-}
-
-TEST_F(SectionFilterLife, EveryOperationToleratesNullThis) {
-  OmbrixHalFilterParameter parameter{};
-  OmbrixHalFilterInfo statistics{};
-  EXPECT_EQ(OmbrixHalFilterTsToSectionCreate(nullptr), nullptr);
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionDestroy(nullptr));
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionSetFilterHandler(nullptr, record, this));
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionSetParameter(nullptr, &parameter));
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionGetParameter(nullptr, &parameter));
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionStart(nullptr));
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionStop(nullptr));
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionIsEnabled(nullptr));
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionGetInfo(nullptr, &statistics));
-  EXPECT_FALSE(OmbrixHalFilterTsToSectionInfoReset(nullptr));
-  OmbrixHalFilterTsToSectionReset(nullptr);
-  OmbrixHalFilterTsToSectionInputHandler(nullptr, sectionPacket(true, {}).data(), kTsPacketSize, nullptr);
 }
 
 }  // namespace

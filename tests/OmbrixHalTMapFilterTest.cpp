@@ -1,7 +1,6 @@
 // Tests of map filters on a file tuner: sharing of real chains by PID, type and tuner, the
 // fan-out to started clients, and attach and detach as clients come, change and go.
 #include "OmbrixHalFileTunerFixture.h"
-#include "OmbrixHalSectionBuilder.h"
 
 namespace ombrixhal::test {
 namespace {
@@ -10,21 +9,12 @@ const Bytes kPat = tsPacketOf(0x00, 0xa0);
 const Bytes kPid10 = tsPacketOf(0x10, 0xb0);
 const Bytes kPid11 = tsPacketOf(0x11, 0xb1);
 const Bytes kPid12 = tsPacketOf(0x12, 0xc0);
-const Bytes kStream = concatenate({kPat, kPid10, kPid11, kPid12, kPid12});
+const Bytes kStream = concat({kPat, kPid10, kPid11, kPid12, kPid12});
 
 class MapFilterTest : public FileTunerTest {
  protected:
-  // Takes all but `free` of the tuner's 64 handler entries, so that a new chain beyond them fails.
-  void leaveTunerEntries(int free) {
-    static int dummies[64];
-    for (int index = 0; index < 64 - free; ++index) {
-      ASSERT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, [](void*, const uint8_t*, uint32_t, void*) {}, &dummies[index]),
-                1);
-    }
-  }
   OmbrixHalBool setPid(OmbrixHalFilterHandle filter, uint32_t pid) {
-    OmbrixHalFilterParameter parameter{};
-    parameter.pid = pid;
+    const OmbrixHalFilterParameter parameter = pidParameter(pid);
     return OmbrixHalFilterSetParameter(filter, &parameter);
   }
 
@@ -45,8 +35,8 @@ TEST_F(MapFilterSharing, ClientsOfOnePidShareOneChainThatEndsWithTheLast) {
   play(kStream);
   EXPECT_EQ(first.data(), (std::vector{kPid12, kPid12}));
   EXPECT_EQ(second.data(), (std::vector{kPid12, kPid12}));
-  EXPECT_EQ(first.calls[0].first, a) << "each client sees its own filter";
-  EXPECT_EQ(second.calls[0].first, b);
+  EXPECT_EQ(first.from(), (std::vector{a, a})) << "each client sees its own filter";
+  EXPECT_EQ(second.from(), (std::vector{b, b}));
   // The first client leaves; the second keeps receiving on the same chain.
   EXPECT_EQ(OmbrixHalFilterClose(a), 1);
   first.calls.clear();
@@ -60,21 +50,13 @@ TEST_F(MapFilterSharing, ClientsOfOnePidShareOneChainThatEndsWithTheLast) {
 }
 
 TEST_F(MapFilterSharing, FansOutToStartedClientsMostRecentlyAttachedFirst) {
-  static std::vector<int> order;
-  order.clear();
-  const OmbrixHalFilterHandler handler = [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void* aContext) {
-    order.push_back(*static_cast<int*>(aContext));
-  };
-  int contexts[] = {1, 2, 3};
-  OmbrixHalFilterHandle filters[3];
-  for (int index = 0; index < 3; ++index) {
-    filters[index] = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, handler, &contexts[index]);
-    ASSERT_EQ(setPid(filters[index], 0x12), 1);
-    ASSERT_EQ(OmbrixHalFilterStart(filters[index]), 1);
-  }
+  Deliveries all;
+  const OmbrixHalFilterHandle filters[] = {openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, all),
+                                           openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, all),
+                                           openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, all)};
   EXPECT_EQ(OmbrixHalFilterStop(filters[1]), 1);
-  play(concatenate({kPid12, kPat}));
-  EXPECT_EQ(order, (std::vector{3, 1}));
+  play(concat({kPid12, kPat}));
+  EXPECT_EQ(all.from(), (std::vector{filters[2], filters[0]}));
   for (OmbrixHalFilterHandle filter : filters) {
     OmbrixHalFilterClose(filter);
   }
@@ -99,37 +81,36 @@ TEST_F(MapFilterSharing, APidChangeMovesTheClientToAnotherChain) {
 }
 
 TEST_F(MapFilterSharing, AHandlerMayCloseItsOwnFilterDuringDeliveryEvenTheLastOfItsChain) {
-  static OmbrixHalFilterHandle closing;
   static int calls;
   calls = 0;
-  const OmbrixHalFilterHandler closeSelf = [](OmbrixHalFilterHandle aFilter, const uint8_t*, uint32_t, void*) {
-    ++calls;
-    OmbrixHalFilterClose(aFilter);
-    closing = nullptr;
+  const auto openSelfClosing = [this] {
+    const OmbrixHalFilterHandler closeSelf = [](OmbrixHalFilterHandle aFilter, const uint8_t*, uint32_t, void*) {
+      ++calls;
+      OmbrixHalFilterClose(aFilter);
+    };
+    OmbrixHalFilterHandle closing = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, closeSelf, nullptr);
+    ASSERT_EQ(setPid(closing, 0x12), 1);
+    ASSERT_EQ(OmbrixHalFilterStart(closing), 1);
   };
   OmbrixHalFilterHandle kept = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, first);
-  closing = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, closeSelf, nullptr);
-  ASSERT_EQ(setPid(closing, 0x12), 1);
-  ASSERT_EQ(OmbrixHalFilterStart(closing), 1);
+  openSelfClosing();
   play(kStream);
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(first.data(), (std::vector{kPid12, kPid12}));
   // The last client of a chain too: the chain goes once its packet is through.
   OmbrixHalFilterClose(kept);
-  closing = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, closeSelf, nullptr);
-  ASSERT_EQ(setPid(closing, 0x12), 1);
-  ASSERT_EQ(OmbrixHalFilterStart(closing), 1);
+  openSelfClosing();
   play(kStream);
   EXPECT_EQ(calls, 2);
 }
 
 TEST_F(MapFilterSharing, StoppingOneOfTwoClientsRestartsTheChainForTheOther) {
   const Bytes table = section(0x42, 300);
-  const std::vector<Bytes> carriers = sectionPackets(table);
+  const std::vector<Bytes> carriers = tsPacketsOf(table, true);
   ASSERT_EQ(carriers.size(), 2u);
   OmbrixHalFilterHandle a = openStarted(OMBRIX_HAL_FILTER_TYPE_SECTION, 0x100, first);
   OmbrixHalFilterHandle b = openStarted(OMBRIX_HAL_FILTER_TYPE_SECTION, 0x100, second);
-  load(concatenate({carriers[0], carriers[1], carriers[0], carriers[1]}));
+  load(concat({carriers[0], carriers[1], carriers[0], carriers[1]}));
   ASSERT_EQ(OmbrixHalTunerReceive(tuner, 1), 1);
   ASSERT_EQ(OmbrixHalFilterStop(a), 1);  // the section begun is lost with the restart
   ASSERT_EQ(OmbrixHalTunerReceive(tuner, 3), 1);

@@ -7,7 +7,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "OmbrixHalStreamBuilder.h"
 #include "OmbrixHalTFilterHead.h"
+#include "OmbrixHalTestFixture.h"
 
 namespace ombrixhal::test {
 
@@ -76,6 +78,39 @@ inline FakeParentFilter* createFakeParent(OmbrixHalFilterType type = OMBRIX_HAL_
   };
   return parent;
 }
+
+// A stage made by `create` on a fake parent of `parentType`, hooked to `deliveries` (or to
+// `handler`), given `parameter` and started, all through the generic entry points.
+template <typename Base>
+class StageTest : public Base {
+ protected:
+  void makeStage(OmbrixHalFilterHandle (*create)(OmbrixHalFilterHandle), OmbrixHalFilterType parentType,
+                 OmbrixHalFilterParameter parameter = pidParameter(0x100),
+                 OmbrixHalFilterHandler handler = Deliveries::record) {
+    parent = createFakeParent(parentType);
+    filter = create(&parent->head);
+    ASSERT_NE(filter, nullptr);
+    ASSERT_TRUE(OmbrixHalFilterSetHandler(filter, handler, &deliveries));
+    ASSERT_TRUE(OmbrixHalFilterSetParameter(filter, &parameter));
+    ASSERT_TRUE(OmbrixHalFilterStart(filter));
+  }
+  // Closing the hooked stage closes its parent too.
+  void TearDown() override {
+    if (filter != nullptr) {
+      OmbrixHalFilterClose(filter);
+    }
+    Base::TearDown();
+  }
+  void deliver(const std::vector<Bytes>& packets) {
+    for (const Bytes& packet : packets) {
+      parent->deliver(packet);
+    }
+  }
+
+  FakeParentFilter* parent = nullptr;
+  OmbrixHalFilterHandle filter = nullptr;
+  Deliveries deliveries;
+};
 
 }  // namespace ombrixhal::test
 

@@ -1,34 +1,16 @@
-// A test with a "digitalFile" tuner that plays generated streams, and a recorder of what filter
-// handlers receive: the ground on which filters are tested end to end.
+// A test with a "digitalFile" tuner that plays generated streams: the ground on which filters
+// are tested end to end.
 #ifndef OMBRIX_HAL_FILE_TUNER_FIXTURE_H
 #define OMBRIX_HAL_FILE_TUNER_FIXTURE_H
 
 #include <algorithm>
 #include <cstdio>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "OmbrixHalStreamBuilder.h"
 #include "OmbrixHalTestFixture.h"
 
 namespace ombrixhal::test {
-
-// What one filter handler was given: the delivering filter and the bytes, call by call.
-struct Deliveries {
-  static void record(OmbrixHalFilterHandle aFilter, const uint8_t* aData, uint32_t aLength, void* aContext) {
-    static_cast<Deliveries*>(aContext)->calls.emplace_back(aFilter, Bytes(aData, aData + aLength));
-  }
-  std::vector<Bytes> data() const {
-    std::vector<Bytes> result;
-    for (const auto& call : calls) {
-      result.push_back(call.second);
-    }
-    return result;
-  }
-
-  std::vector<std::pair<OmbrixHalFilterHandle, Bytes>> calls;
-};
 
 class FileTunerTest : public HalTest {
  protected:
@@ -56,6 +38,14 @@ class FileTunerTest : public HalTest {
     load(stream);
     ASSERT_EQ(OmbrixHalTunerReceive(tuner, static_cast<uint32_t>(stream.size() / kTsPacketSize)), 1);
     log.clear();
+  }
+  // Takes all but `free` of the tuner's 64 handler entries, so that a new chain beyond them fails.
+  void leaveTunerEntries(int free) {
+    static int dummies[64];
+    for (int index = 0; index < 64 - free; ++index) {
+      ASSERT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, [](void*, const uint8_t*, uint32_t, void*) {}, &dummies[index]),
+                1);
+    }
   }
   // Opens an unnamed filter of `type` delivering to `deliveries`, sets `pid` and starts it.
   OmbrixHalFilterHandle openStarted(OmbrixHalFilterType type, uint32_t pid, Deliveries& deliveries,
