@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# The inspector on files that are not good recordings: each must end with exit status 1 and one
+# line on stderr that names the file and the reason. Truncated and damaged streams are still
+# reported in full before that line. Usage: CheckInspectorBadInput.sh INSPECT STREAM WORK_DIR
+set -uo pipefail
+inspect=$1 stream=$2 work=$3
+rm -rf "$work" && mkdir -p "$work" || exit 1
+failures=0 cases=0
+
+# expect FILE REPORT ERROR: REPORT is "report" when a report must come first, else "none".
+expect() {
+  local file=$1 report=$2 error=$3 status
+  cases=$((cases + 1))
+  "$inspect" "$file" >"$work/out" 2>"$work/err"
+  status=$?
+  if [ "$status" -ne 1 ]; then
+    echo "$file: exit status $status, expected 1"; failures=$((failures + 1))
+  fi
+  if [ "$(cat "$work/err")" != "ombrixhal-inspect: $file: $error" ]; then
+    echo "$file: stderr '$(cat "$work/err")', expected 'ombrixhal-inspect: $file: $error'"; failures=$((failures + 1))
+  fi
+  if [ "$report" = report ] && ! grep -q '^Services' "$work/out"; then
+    echo "$file: no report"; failures=$((failures + 1))
+  elif [ "$report" = none ] && [ -s "$work/out" ]; then
+    echo "$file: output '$(head -c 200 "$work/out")' besides the error"; failures=$((failures + 1))
+  fi
+}
+
+packet=188
+expect "$work/missing.ts" none "No such file or directory"
+expect "$work" none "not a regular file"
+: >"$work/empty.ts"
+expect "$work/empty.ts" none "too short for a transport stream (0 bytes)"
+head -c 4000 /dev/zero | tr '\0' 'g' >"$work/garbage.ts"
+expect "$work/garbage.ts" none "not a transport stream (no packet sync in its first bytes)"
+# Packets, but none of the programme association table: null packets only.
+for _ in $(seq 50); do printf '\x47\x1f\xff\x10'; head -c 184 /dev/zero | tr '\0' '\377'; done >"$work/nulls.ts"
+expect "$work/nulls.ts" none "no programme association table (is it a transport stream?)"
+head -c $((packet * 3000 + 100)) "$stream" >"$work/truncated.ts"
+expect "$work/truncated.ts" report "damaged stream: 100 bytes outside whole packets (truncated?)"
+# Twenty packets in the middle overwritten with zeros: no sync bytes, and a gap in the counters
+# of the three PIDs that lost packets there.
+head -c $((packet * 3000)) "$stream" >"$work/zeroed.ts"
+dd if=/dev/zero of="$work/zeroed.ts" bs=$packet seek=1000 count=20 conv=notrunc status=none
+expect "$work/zeroed.ts" report "damaged stream: 20 packets without sync byte, 3 continuity errors"
+
+echo "$((cases - failures)) passed, ${failures} failed"
+[ "$failures" -eq 0 ]

@@ -1,0 +1,832 @@
+// ombrixhal-inspect: what the HAL hands a middleware from a recording. Plays a transport stream
+// through a "digitalFile" tuner with the filters a middleware opens (sections of the PAT, the
+// PMTs, the SDT, the EIT present/following and the TDT/TOT; PES of every elementary stream; PCR;
+// teletext) and prints the services, events, time, counts and teletext pages it received. Uses
+// the public C API only, as a middleware does.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "OmbrixHal.h"
+
+namespace {
+
+constexpr uint32_t kPacketSize = 188;
+constexpr uint32_t kPatPid = 0x0000;
+constexpr uint32_t kSdtPid = 0x0011;
+constexpr uint32_t kEitPid = 0x0012;
+constexpr uint32_t kTimePid = 0x0014;  // TDT and TOT
+constexpr uint8_t kPatTable = 0x00;
+constexpr uint8_t kPmtTable = 0x02;
+constexpr uint8_t kSdtActualTable = 0x42;
+constexpr uint8_t kEitPresentFollowingTable = 0x4e;
+constexpr uint8_t kTdtTable = 0x70;
+constexpr uint8_t kTotTable = 0x73;
+constexpr uint8_t kServiceDescriptor = 0x48;
+constexpr uint8_t kShortEventDescriptor = 0x4d;
+constexpr uint8_t kTeletextDescriptor = 0x56;
+constexpr uint8_t kPrivateDataStreamType = 0x06;
+constexpr uint32_t kShortestSection = 8;  // a TDT; every other table read here is longer
+constexpr uint32_t kNullPid = 0x1fff;
+constexpr uint32_t kDiscoveryPacketLimit = 2000000;
+constexpr uint32_t kPullBatch = 20000;
+constexpr uint32_t kMjdOf1970 = 40587;
+constexpr uint32_t kPcrUnitsPerSecond = 45000;
+
+const char* const kDefaultStream = OMBRIX_HAL_DEFAULT_STREAM;
+const std::string kLocalPrefix = "//local/";
+constexpr size_t kLongestTunerName = 255;
+
+uint32_t pidAt(const uint8_t* bytes) {
+  return static_cast<uint32_t>((bytes[0] & 0x1f) << 8 | bytes[1]);
+}
+uint32_t lengthAt(const uint8_t* bytes) {
+  return static_cast<uint32_t>((bytes[0] & 0x0f) << 8 | bytes[1]);
+}
+uint32_t bcd(uint8_t value) {
+  return (value >> 4) * 10u + (value & 0x0fu);
+}
+
+// The table's CRC-32 (MPEG-2), for the one table the HAL cannot check: the TOT shares its PID
+// with the TDT, which has no CRC, and clients of one PID share the first client's CRC setting.
+uint32_t crc32(const uint8_t* data, size_t length) {
+  uint32_t crc = 0xffffffffu;
+  for (size_t i = 0; i < length; ++i) {
+    crc ^= static_cast<uint32_t>(data[i]) << 24;
+    for (int bit = 0; bit < 8; ++bit) {
+      crc = crc & 0x80000000u ? crc << 1 ^ 0x04c11db7u : crc << 1;
+    }
+  }
+  return crc;
+}
+
+// A DVB time: modified Julian date, then hours, minutes and seconds in BCD.
+OmbrixHalDateTime dvbTime(const uint8_t* bytes) {
+  const uint32_t mjd = static_cast<uint32_t>(bytes[0] << 8 | bytes[1]);
+  return (mjd - kMjdOf1970) * 86400u + bcd(bytes[2]) * 3600u + bcd(bytes[3]) * 60u + bcd(bytes[4]);
+}
+
+std::string timeText(OmbrixHalDateTime time) {
+  char text[OMBRIX_HAL_DATE_TIME_TEXT_SIZE] = {};
+  OmbrixHalDateTimeToString(time, text);
+  return text;
+}
+
+// DVB strings may start with a character table byte; the printable rest is kept.
+std::string dvbText(const uint8_t* bytes, size_t length) {
+  std::string text;
+  for (size_t i = 0; i < length; ++i) {
+    if (bytes[i] >= 0x20 && bytes[i] < 0x7f) {
+      text += static_cast<char>(bytes[i]);
+    }
+  }
+  return text;
+}
+
+int hamming84(uint8_t byte) {
+  // Data bits of a Hamming 8/4 byte are bits 1, 3, 5 and 7.
+  return (byte >> 1 & 1) | (byte >> 3 & 1) << 1 | (byte >> 5 & 1) << 2 | (byte >> 7 & 1) << 3;
+}
+
+struct Stream {
+  uint32_t pid;
+  uint8_t type;
+  bool teletext;
+};
+
+struct Event {
+  std::string name;
+  OmbrixHalDateTime start = 0;
+  uint32_t durationSeconds = 0;
+};
+
+struct Service {
+  uint32_t number = 0;
+  uint32_t pmtPid = 0;
+  uint32_t pcrPid = 0x1fff;
+  std::string name;
+  std::string provider;
+  std::vector<Stream> streams;
+  Event present;
+  Event following;
+  bool described = false;
+};
+
+struct PidCounts {
+  uint64_t packets = 0;
+  uint64_t sections = 0;
+  uint64_t pes = 0;
+  uint64_t pesBytes = 0;
+  uint64_t teletextLines = 0;
+  uint32_t crcErrors = 0;
+  int lastCounter = -1;  // continuity counter of the last packet with payload
+};
+
+// What is wrong with a recording, beyond what the filters drop quietly.
+struct Damage {
+  uint64_t syncErrors = 0;       // packets whose first byte is not 0x47
+  uint64_t transportErrors = 0;  // packets the receiver marked as broken
+  uint64_t continuityErrors = 0;
+  uint64_t crcErrors = 0;
+  uint64_t strayBytes = 0;  // bytes before the first or after the last whole packet
+
+  std::string describe() const {
+    std::string text;
+    const auto add = [&text](uint64_t count, const char* what) {
+      if (count != 0) {
+        text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + what;
+      }
+    };
+    add(syncErrors, "packets without sync byte");
+    add(transportErrors, "packets with transport errors");
+    add(continuityErrors, "continuity errors");
+    add(crcErrors, "section CRC errors");
+    add(strayBytes, "bytes outside whole packets (truncated?)");
+    return text;
+  }
+};
+
+// Where the PCR of one PID was first and last seen, against the packets of the whole stream.
+struct PcrSpan {
+  uint32_t first = 0;
+  uint32_t last = 0;
+  uint64_t firstPacket = 0;
+  uint64_t lastPacket = 0;
+  uint64_t count = 0;
+};
+
+struct Report {
+  std::string file;
+  uint64_t fileBytes = 0;
+  std::vector<Service> services;
+  std::map<uint32_t, PidCounts> pids;
+  std::map<uint32_t, PcrSpan> pcrs;
+  std::map<int, std::string> teletextPages;  // page number, header text
+  OmbrixHalDateTime firstUtc = 0;
+  OmbrixHalDateTime lastUtc = 0;
+  uint32_t tdts = 0;
+  uint32_t tots = 0;
+  uint32_t totCrcErrors = 0;
+  std::string clock;  // what the HAL's clock reads after the stream set it
+  std::atomic<uint64_t> packets{0};
+  Damage damage;
+  bool patSeen = false;
+
+  Service* service(uint32_t number) {
+    for (Service& service : services) {
+      if (service.number == number) {
+        return &service;
+      }
+    }
+    return nullptr;
+  }
+};
+
+struct Options {
+  std::string file = kDefaultStream;
+  bool json = false;
+  bool log = false;
+  bool realtime = false;
+  double bitrate = 0;  // measured before a paced play
+};
+
+// What a filter's handler needs: the report and the PID the filter selects.
+struct FilterContext {
+  Report* report;
+  uint32_t pid;
+};
+
+using SectionReader = void (*)(Report&, uint32_t pid, const uint8_t* section, uint32_t length);
+
+void readPat(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
+  if (section[0] != kPatTable) {
+    return;
+  }
+  report.patSeen = true;
+  for (uint32_t at = 8; at + 4 + 4 <= length; at += 4) {
+    const uint32_t number = static_cast<uint32_t>(section[at] << 8 | section[at + 1]);
+    if (number != 0 && report.service(number) == nullptr) {
+      Service service;
+      service.number = number;
+      service.pmtPid = pidAt(section + at + 2);
+      report.services.push_back(service);
+    }
+  }
+}
+
+void readPmt(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
+  if (section[0] != kPmtTable) {
+    return;
+  }
+  Service* service = report.service(static_cast<uint32_t>(section[3] << 8 | section[4]));
+  if (service == nullptr || service->described || length < 16) {
+    return;
+  }
+  service->described = true;
+  service->pcrPid = pidAt(section + 8);
+  for (uint32_t at = 12 + lengthAt(section + 10); at + 5 + 4 <= length;) {
+    const uint32_t descriptorsEnd = at + 5 + lengthAt(section + at + 3);
+    Stream stream{.pid = pidAt(section + at + 1), .type = section[at], .teletext = false};
+    for (uint32_t d = at + 5; d + 2 <= descriptorsEnd && d + 2 <= length - 4; d += 2 + section[d + 1]) {
+      stream.teletext = stream.teletext || (stream.type == kPrivateDataStreamType && section[d] == kTeletextDescriptor);
+    }
+    service->streams.push_back(stream);
+    at = descriptorsEnd;
+  }
+}
+
+void readSdt(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
+  if (section[0] != kSdtActualTable) {
+    return;  // SDT other and BAT share the PID
+  }
+  for (uint32_t at = 11; at + 5 + 4 <= length;) {
+    const uint32_t end = at + 5 + lengthAt(section + at + 3);
+    Service* service = report.service(static_cast<uint32_t>(section[at] << 8 | section[at + 1]));
+    for (uint32_t d = at + 5; service != nullptr && d + 2 <= end && d + 2 <= length - 4; d += 2 + section[d + 1]) {
+      if (section[d] == kServiceDescriptor && d + 4 <= length - 4) {
+        const uint32_t providerLength = section[d + 3];
+        service->provider = dvbText(section + d + 4, providerLength);
+        service->name = dvbText(section + d + 5 + providerLength, section[d + 4 + providerLength]);
+      }
+    }
+    at = end;
+  }
+}
+
+void readEit(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
+  if (section[0] != kEitPresentFollowingTable) {
+    return;  // other transports' events and schedules share the PID
+  }
+  Service* service = report.service(static_cast<uint32_t>(section[3] << 8 | section[4]));
+  if (service == nullptr || length < 14 + 12 + 4) {
+    return;
+  }
+  Event& event = section[6] == 0 ? service->present : service->following;
+  const uint8_t* first = section + 14;
+  event.start = dvbTime(first + 2);
+  event.durationSeconds = bcd(first[7]) * 3600 + bcd(first[8]) * 60 + bcd(first[9]);
+  const uint32_t end = std::min(14 + 12 + lengthAt(first + 10), length - 4);
+  for (uint32_t d = 14 + 12; d + 2 <= end; d += 2 + section[d + 1]) {
+    if (section[d] == kShortEventDescriptor && d + 6 <= end) {
+      event.name = dvbText(section + d + 6, std::min<uint32_t>(section[d + 5], end - d - 6));
+    }
+  }
+}
+
+void readTime(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
+  if (length < 8 || (section[0] != kTdtTable && section[0] != kTotTable)) {
+    return;
+  }
+  if (section[0] == kTotTable) {
+    ++report.tots;
+    if (crc32(section, length) != 0) {
+      ++report.totCrcErrors;
+      return;
+    }
+  } else {
+    ++report.tdts;
+  }
+  const OmbrixHalDateTime utc = dvbTime(section + 3);
+  report.firstUtc = report.firstUtc == 0 ? utc : report.firstUtc;
+  report.lastUtc = utc;
+  OmbrixHalClockSetUtcTime(utc);
+}
+
+template <SectionReader read>
+void onSection(OmbrixHalFilterHandle, const uint8_t* aSection, uint32_t aLength, void* aContext) {
+  auto& context = *static_cast<FilterContext*>(aContext);
+  ++context.report->pids[context.pid].sections;
+  if (aLength >= kShortestSection) {
+    read(*context.report, context.pid, aSection, aLength);
+  }
+}
+
+void onPes(OmbrixHalFilterHandle, const uint8_t*, uint32_t aLength, void* aContext) {
+  auto& context = *static_cast<FilterContext*>(aContext);
+  PidCounts& counts = context.report->pids[context.pid];
+  ++counts.pes;
+  counts.pesBytes += aLength;
+}
+
+void onPcr(OmbrixHalFilterHandle, const uint8_t* aRecord, uint32_t aLength, void* aContext) {
+  auto& context = *static_cast<FilterContext*>(aContext);
+  if (aLength < 4) {
+    return;
+  }
+  uint32_t pcr;
+  std::memcpy(&pcr, aRecord, sizeof pcr);
+  PcrSpan& span = context.report->pcrs[context.pid];
+  const uint64_t packet = context.report->packets.load(std::memory_order_relaxed);
+  if (span.count++ == 0) {
+    span.first = pcr;
+    span.firstPacket = packet;
+  }
+  span.last = pcr;
+  span.lastPacket = packet;
+}
+
+// A teletext line as the HAL hands it: magazine and row, then for a page header the page
+// number and, in its last 32 bytes, the header text with odd parity in bit 7.
+void onTeletext(OmbrixHalFilterHandle, const uint8_t* aLine, uint32_t aLength, void* aContext) {
+  auto& context = *static_cast<FilterContext*>(aContext);
+  ++context.report->pids[context.pid].teletextLines;
+  if (aLength < 42) {
+    return;
+  }
+  const int address = hamming84(aLine[0]) | hamming84(aLine[1]) << 4;
+  const int magazine = (address & 7) == 0 ? 8 : address & 7;
+  if (address >> 3 != 0) {
+    return;  // only page headers (row 0) name their page
+  }
+  const int units = hamming84(aLine[2]);
+  const int tens = hamming84(aLine[3]);
+  if (units > 9 || tens > 9) {
+    return;
+  }
+  std::string header;
+  for (int i = 10; i < 42; ++i) {
+    const char character = static_cast<char>(aLine[i] & 0x7f);
+    header += character >= 0x20 && character < 0x7f ? character : ' ';
+  }
+  header.erase(header.find_last_not_of(' ') + 1);
+  context.report->teletextPages[magazine * 100 + tens * 10 + units] = header;
+}
+
+// Every packet: counted per PID, and checked for the damage a recording can carry.
+void onPacket(OmbrixHalFilterHandle, const uint8_t* aPacket, uint32_t, void* aContext) {
+  auto& report = *static_cast<Report*>(aContext);
+  const uint32_t pid = pidAt(aPacket + 1);
+  PidCounts& counts = report.pids[pid];
+  ++counts.packets;
+  report.packets.store(report.packets.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+  report.damage.syncErrors += aPacket[0] != 0x47;
+  report.damage.transportErrors += (aPacket[1] & 0x80) != 0;
+  const bool hasPayload = (aPacket[3] & 0x10) != 0;
+  const bool discontinuity = (aPacket[3] & 0x20) != 0 && aPacket[4] > 0 && (aPacket[5] & 0x80) != 0;
+  const int counter = aPacket[3] & 0x0f;
+  if (pid != kNullPid && hasPayload) {
+    // One repeated packet is allowed; anything else but the next counter means packets were lost.
+    if (counts.lastCounter >= 0 && !discontinuity && counter != counts.lastCounter &&
+        counter != ((counts.lastCounter + 1) & 0x0f)) {
+      ++report.damage.continuityErrors;
+    }
+    counts.lastCounter = counter;
+  }
+}
+
+void printLog(void*, const char* aFunctionName, uint32_t aLogId, uint32_t aSeverity, const char* aText) {
+  static const char* const severities[] = {"?", "error", "warning", "info"};
+  std::fprintf(stderr, "log %-7s 0x%04x %s: %s\n", severities[aSeverity <= 3 ? aSeverity : 0], aLogId, aFunctionName,
+               aText);
+}
+
+// Why a file cannot be inspected; thrown so that the filters are closed on the way out.
+struct Failure {
+  std::string reason;
+};
+
+// The filters of one play, closed together.
+class Filters {
+ public:
+  Filters(OmbrixHalTunerHandle tuner, Report& report) : tuner_(tuner), report_(report) {}
+  ~Filters() {
+    for (OmbrixHalFilterHandle filter : filters_) {
+      OmbrixHalFilterClose(filter);
+    }
+  }
+  Filters(const Filters&) = delete;
+  Filters& operator=(const Filters&) = delete;
+
+  // A section filter for every table of one PID: the tables are told apart here, since all
+  // clients of a PID share the first one's match and mask.
+  OmbrixHalFilterHandle sections(uint32_t pid, OmbrixHalFilterHandler handler, bool crcCheck) {
+    OmbrixHalFilterParameter parameter{};
+    parameter.crcCheck = crcCheck ? 1 : 0;
+    return open(OMBRIX_HAL_FILTER_TYPE_SECTION, pid, handler, parameter);
+  }
+  OmbrixHalFilterHandle open(OmbrixHalFilterType type, uint32_t pid, OmbrixHalFilterHandler handler,
+                             OmbrixHalFilterParameter parameter = {}) {
+    contexts_.push_back(std::make_unique<FilterContext>(FilterContext{&report_, pid}));
+    OmbrixHalFilterHandle filter = OmbrixHalFilterOpen(tuner_, type, nullptr, handler, contexts_.back().get());
+    parameter.pid = pid;
+    if (filter == nullptr || !OmbrixHalFilterSetParameter(filter, &parameter) || !OmbrixHalFilterStart(filter)) {
+      std::fprintf(stderr, "ombrixhal-inspect: cannot filter PID 0x%04x\n", pid);
+      OmbrixHalFilterClose(filter);
+      return nullptr;
+    }
+    filters_.push_back(filter);
+    if (type == OMBRIX_HAL_FILTER_TYPE_SECTION) {
+      sectionPids_[filter] = pid;
+    }
+    return filter;
+  }
+  // Every packet, for the per-PID counts and the packet positions of the PCRs.
+  void everyPacket() {
+    OmbrixHalFilterHandle filter = OmbrixHalFilterOpen(tuner_, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, onPacket, &report_);
+    OmbrixHalFilterParameter parameter{};
+    parameter.pid = OMBRIX_HAL_FILTER_PID_ALL;
+    if (filter != nullptr && OmbrixHalFilterSetParameter(filter, &parameter) && OmbrixHalFilterStart(filter)) {
+      filters_.push_back(filter);
+    }
+  }
+  void collectCrcErrors() {
+    for (const auto& [filter, pid] : sectionPids_) {
+      OmbrixHalFilterInfo info{};
+      const auto counts = report_.pids.find(pid);
+      if (counts != report_.pids.end() && OmbrixHalFilterGetInfo(filter, &info)) {
+        counts->second.crcErrors = info.crcErrors;
+        report_.damage.crcErrors += info.crcErrors;
+      }
+    }
+  }
+
+ private:
+  OmbrixHalTunerHandle tuner_;
+  Report& report_;
+  std::vector<OmbrixHalFilterHandle> filters_;
+  std::vector<std::unique_ptr<FilterContext>> contexts_;
+  std::map<OmbrixHalFilterHandle, uint32_t> sectionPids_;
+};
+
+// Plays the file from its start, once; quoted, the name may hold blanks and commas.
+void tune(OmbrixHalTunerHandle tuner, const std::string& file, uint32_t symbolRate) {
+  const std::string line =
+      "digitalFile: name=\"" + kLocalPrefix + file + "\", repetitions=1, symbolrate=" + std::to_string(symbolRate);
+  if (!OmbrixHalTunerSetParameterByString(tuner, line.c_str())) {
+    throw Failure{"not a transport stream (no packet sync in its first bytes)"};
+  }
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+  while (OmbrixHalTunerGetStatus(tuner) != OMBRIX_HAL_TUNER_STATUS_LOCKED) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      throw Failure{"the tuner does not lock"};
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
+// The services: the PAT, then every PMT, pulled from the start of the file.
+void discover(OmbrixHalTunerHandle tuner, Report& report, const std::string& file) {
+  tune(tuner, file, 0);
+  {
+    Filters filters(tuner, report);
+    filters.sections(kPatPid, onSection<readPat>, true);
+    for (uint32_t n = 0; n < kDiscoveryPacketLimit && !report.patSeen && OmbrixHalTunerReceive(tuner, 1); ++n) {
+    }
+  }
+  if (!report.patSeen) {
+    throw Failure{"no programme association table (is it a transport stream?)"};
+  }
+  Filters filters(tuner, report);
+  for (const Service& service : report.services) {
+    filters.sections(service.pmtPid, onSection<readPmt>, true);
+  }
+  const auto allDescribed = [&report] {
+    return std::all_of(report.services.begin(), report.services.end(), [](const Service& s) { return s.described; });
+  };
+  for (uint32_t n = 0; n < kDiscoveryPacketLimit && !allDescribed() && OmbrixHalTunerReceive(tuner, 1); ++n) {
+  }
+}
+
+// The stream's rate in bits per second: the packets between the first and the last PCR of a
+// PID, over the time between them.
+double bitrate(const Report& report) {
+  for (const auto& [pid, span] : report.pcrs) {
+    const uint32_t units = span.last - span.first;
+    if (span.count >= 2 && units != 0) {
+      return double(span.lastPacket - span.firstPacket) * kPacketSize * 8 * kPcrUnitsPerSecond / units;
+    }
+  }
+  return 0;
+}
+
+// For paced play: the rate from the first PCRs of the first service.
+double measureBitrate(OmbrixHalTunerHandle tuner, Report& report) {
+  if (report.services.empty() || report.services[0].pcrPid == 0x1fff) {
+    return 0;
+  }
+  Filters filters(tuner, report);
+  filters.everyPacket();
+  filters.open(OMBRIX_HAL_FILTER_TYPE_PCR, report.services[0].pcrPid, onPcr);
+  const PcrSpan& span = report.pcrs[report.services[0].pcrPid];
+  for (uint32_t n = 0; n < kDiscoveryPacketLimit && span.count < 10 && OmbrixHalTunerReceive(tuner, 1); ++n) {
+  }
+  const double measured = bitrate(report);
+  report.pcrs.clear();
+  return measured;
+}
+
+void showProgress(const Report& report, std::chrono::steady_clock::time_point start, bool done) {
+  const uint64_t total = std::max<uint64_t>(report.fileBytes / kPacketSize, 1);
+  const uint64_t packets = report.packets.load(std::memory_order_relaxed);
+  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  std::fprintf(stderr, "\r%5.1f %%  %8.1f MB/s", 100.0 * std::min(packets, total) / total,
+               seconds > 0 ? packets * double{kPacketSize} / seconds / 1e6 : 0.0);
+  if (done) {
+    std::fputc('\n', stderr);
+  }
+}
+
+void play(OmbrixHalTunerHandle tuner, Report& report, const Options& options) {
+  Filters filters(tuner, report);
+  filters.everyPacket();
+  filters.sections(kPatPid, onSection<readPat>, true);
+  filters.sections(kSdtPid, onSection<readSdt>, true);
+  filters.sections(kEitPid, onSection<readEit>, true);
+  filters.sections(kTimePid, onSection<readTime>, false);  // the TDT has no CRC
+  std::map<uint32_t, bool> pcrPids;
+  for (const Service& service : report.services) {
+    filters.sections(service.pmtPid, onSection<readPmt>, true);
+    for (const Stream& stream : service.streams) {
+      filters.open(stream.teletext ? OMBRIX_HAL_FILTER_TYPE_TELETEXT : OMBRIX_HAL_FILTER_TYPE_PES, stream.pid,
+                   stream.teletext ? onTeletext : onPes);
+    }
+    if (service.pcrPid != 0x1fff && !pcrPids[service.pcrPid]) {
+      pcrPids[service.pcrPid] = true;
+      filters.open(OMBRIX_HAL_FILTER_TYPE_PCR, service.pcrPid, onPcr);
+    }
+  }
+  report.packets = 0;
+  report.damage = {};
+  const bool progress = isatty(STDERR_FILENO) && !options.json;
+  const auto start = std::chrono::steady_clock::now();
+  if (options.realtime) {
+    // Paced by the tuner's own thread at the stream's rate, in units of 1000 bytes per second.
+    const uint32_t symbolRate = static_cast<uint32_t>(std::max(options.bitrate / 8000, 1.0));
+    tune(tuner, report.file, symbolRate);
+    while (OmbrixHalTunerGetStatus(tuner) == OMBRIX_HAL_TUNER_STATUS_LOCKED) {
+      if (progress) {
+        showProgress(report, start, false);
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+  } else {
+    tune(tuner, report.file, 0);
+    while (OmbrixHalTunerReceive(tuner, kPullBatch)) {
+      if (progress) {
+        showProgress(report, start, false);
+      }
+    }
+  }
+  if (progress) {
+    showProgress(report, start, true);
+  }
+  filters.collectCrcErrors();
+  if (report.lastUtc != 0) {
+    report.clock = timeText(OmbrixHalClockGetUtcTime());
+  }
+}
+
+std::string streamTypeText(const Stream& stream) {
+  switch (stream.type) {
+    case 0x01: return "MPEG-1 video";
+    case 0x02: return "MPEG-2 video";
+    case 0x03: return "MPEG-1 audio";
+    case 0x04: return "MPEG-2 audio";
+    case 0x06: return stream.teletext ? "teletext" : "private data";
+    case 0x0f: return "AAC audio";
+    case 0x1b: return "H.264 video";
+    case 0x24: return "HEVC video";
+    case 0x81: return "AC-3 audio";
+    default: return "type 0x" + [&] { char hex[8]; std::snprintf(hex, sizeof hex, "%02x", stream.type); return std::string(hex); }();
+  }
+}
+
+std::string eventText(const Event& event) {
+  if (event.name.empty()) {
+    return "-";
+  }
+  char minutes[16];
+  std::snprintf(minutes, sizeof minutes, " (%u min)", event.durationSeconds / 60);
+  return timeText(event.start).substr(11, 5) + " " + event.name + minutes;
+}
+
+void printText(const Report& report) {
+  std::printf("%s: %.1f MB, %llu packets\n\n", report.file.c_str(), report.fileBytes / 1e6,
+              static_cast<unsigned long long>(report.packets.load()));
+  std::printf("Services\n");
+  for (const Service& service : report.services) {
+    std::printf("  %-5u %-20s %-16s PMT 0x%04x  PCR 0x%04x\n", service.number, service.name.c_str(),
+                service.provider.c_str(), service.pmtPid, service.pcrPid);
+    for (const Stream& stream : service.streams) {
+      std::printf("        0x%04x  %s\n", stream.pid, streamTypeText(stream).c_str());
+    }
+    std::printf("        now:  %s\n        next: %s\n", eventText(service.present).c_str(),
+                eventText(service.following).c_str());
+  }
+  std::printf("\nTime\n");
+  if (report.lastUtc != 0) {
+    std::printf("  stream UTC %s to %s (%u TDT, %u TOT, %u TOT CRC errors)\n", timeText(report.firstUtc).c_str(),
+                timeText(report.lastUtc).c_str(), report.tdts, report.tots, report.totCrcErrors);
+    std::printf("  HAL clock  %s\n", report.clock.c_str());
+  } else {
+    std::printf("  no TDT or TOT\n");
+  }
+  std::printf("  bitrate    %.3f Mbit/s (from PCRs)\n", bitrate(report) / 1e6);
+  std::printf("\nPIDs          packets   sections   CRC errors        PES   teletext lines\n");
+  for (const auto& [pid, counts] : report.pids) {
+    std::printf("  0x%04x %12llu %10llu %12u %10llu %16llu\n", pid, static_cast<unsigned long long>(counts.packets),
+                static_cast<unsigned long long>(counts.sections), counts.crcErrors,
+                static_cast<unsigned long long>(counts.pes), static_cast<unsigned long long>(counts.teletextLines));
+  }
+  std::printf("\nTeletext pages\n");
+  for (const auto& [page, header] : report.teletextPages) {
+    std::printf("  %d  \"%s\"\n", page, header.c_str());
+  }
+  if (report.teletextPages.empty()) {
+    std::printf("  none\n");
+  }
+}
+
+std::string jsonString(const std::string& text) {
+  std::string quoted = "\"";
+  for (char character : text) {
+    if (character == '"' || character == '\\') {
+      quoted += '\\';
+    }
+    if (static_cast<unsigned char>(character) < 0x20) {
+      char escaped[8];
+      std::snprintf(escaped, sizeof escaped, "\\u%04x", character);
+      quoted += escaped;
+      continue;
+    }
+    quoted += character;
+  }
+  return quoted + "\"";
+}
+
+void printJson(const Report& report) {
+  std::printf("{\n  \"file\": %s,\n  \"bytes\": %llu,\n  \"packets\": %llu,\n", jsonString(report.file).c_str(),
+              static_cast<unsigned long long>(report.fileBytes), static_cast<unsigned long long>(report.packets.load()));
+  std::printf("  \"services\": [");
+  for (size_t i = 0; i < report.services.size(); ++i) {
+    const Service& service = report.services[i];
+    std::printf("%s\n    {\"number\": %u, \"name\": %s, \"provider\": %s, \"pmtPid\": %u, \"pcrPid\": %u, "
+                "\"now\": %s, \"next\": %s, \"streams\": [",
+                i == 0 ? "" : ",", service.number, jsonString(service.name).c_str(),
+                jsonString(service.provider).c_str(), service.pmtPid, service.pcrPid,
+                jsonString(service.present.name).c_str(), jsonString(service.following.name).c_str());
+    for (size_t j = 0; j < service.streams.size(); ++j) {
+      const Stream& stream = service.streams[j];
+      std::printf("%s{\"pid\": %u, \"type\": %u, \"kind\": %s}", j == 0 ? "" : ", ", stream.pid, stream.type,
+                  jsonString(streamTypeText(stream)).c_str());
+    }
+    std::printf("]}");
+  }
+  std::printf("\n  ],\n  \"time\": {\"first\": %s, \"last\": %s, \"clock\": %s, \"tdt\": %u, \"tot\": %u, "
+              "\"totCrcErrors\": %u},\n",
+              jsonString(report.lastUtc ? timeText(report.firstUtc) : "").c_str(),
+              jsonString(report.lastUtc ? timeText(report.lastUtc) : "").c_str(), jsonString(report.clock).c_str(),
+              report.tdts, report.tots, report.totCrcErrors);
+  std::printf("  \"bitrate\": %.0f,\n  \"pids\": {", bitrate(report));
+  bool first = true;
+  for (const auto& [pid, counts] : report.pids) {
+    std::printf("%s\n    \"%u\": {\"packets\": %llu, \"sections\": %llu, \"crcErrors\": %u, \"pes\": %llu, "
+                "\"teletextLines\": %llu}",
+                first ? "" : ",", pid, static_cast<unsigned long long>(counts.packets),
+                static_cast<unsigned long long>(counts.sections), counts.crcErrors,
+                static_cast<unsigned long long>(counts.pes), static_cast<unsigned long long>(counts.teletextLines));
+    first = false;
+  }
+  std::printf("\n  },\n  \"teletext\": {");
+  first = true;
+  for (const auto& [page, header] : report.teletextPages) {
+    std::printf("%s\"%d\": %s", first ? "" : ", ", page, jsonString(header).c_str());
+    first = false;
+  }
+  std::printf("}\n}\n");
+}
+
+Options parse(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    if (argument == "--json") {
+      options.json = true;
+    } else if (argument == "--log") {
+      options.log = true;
+    } else if (argument == "--realtime") {
+      options.realtime = true;
+    } else if (argument == "--help" || argument == "-h" || (argument.size() > 1 && argument[0] == '-')) {
+      std::fprintf(stderr,
+                   "usage: ombrixhal-inspect [--json] [--log] [--realtime] [FILE]\n"
+                   "  FILE        a transport stream (default: %s)\n"
+                   "  --json      the report as JSON\n"
+                   "  --log       the HAL's log lines on stderr\n"
+                   "  --realtime  play at the stream's own rate instead of as fast as it reads\n",
+                   kDefaultStream);
+      std::exit(argument == "--help" || argument == "-h" ? 0 : 2);
+    } else {
+      options.file = argument;
+    }
+  }
+  return options;
+}
+
+// A missing or unreadable file, a directory, a file too short to hold packets: the reason, or
+// an empty text when the file can be played.
+std::string checkFile(Report& report) {
+  struct stat status {};
+  if (stat(report.file.c_str(), &status) != 0) {
+    return std::strerror(errno);
+  }
+  if (!S_ISREG(status.st_mode)) {
+    return "not a regular file";
+  }
+  if (std::FILE* file = std::fopen(report.file.c_str(), "rb"); file != nullptr) {
+    std::fclose(file);
+  } else {
+    return std::strerror(errno);
+  }
+  if (kLocalPrefix.size() + report.file.size() > kLongestTunerName) {
+    return "the path is too long for the file tuner (at most " +
+           std::to_string(kLongestTunerName - kLocalPrefix.size()) + " characters)";
+  }
+  if (report.file.find('"') != std::string::npos) {
+    return "the file tuner cannot take a path with a double quote";
+  }
+  report.fileBytes = static_cast<uint64_t>(status.st_size);
+  if (report.fileBytes < 2 * kPacketSize) {
+    return "too short for a transport stream (" + std::to_string(report.fileBytes) + " bytes)";
+  }
+  return {};
+}
+
+void inspect(Report& report, Options& options) {
+  OmbrixHalTunerHandle tuner = OmbrixHalTunerOpen("digitalFile");
+  if (tuner == nullptr) {
+    throw Failure{"the HAL has no file tuner"};
+  }
+  try {
+    discover(tuner, report, options.file);
+    if (options.realtime) {
+      options.bitrate = measureBitrate(tuner, report);
+    }
+    report.pids.clear();
+    play(tuner, report, options);
+  } catch (const Failure&) {
+    OmbrixHalTunerClose(tuner);
+    throw;
+  }
+  OmbrixHalTunerClose(tuner);
+  // Whatever the tuner could not cut into whole packets: garbage before the first sync byte, or
+  // a last packet cut short.
+  report.damage.strayBytes = report.fileBytes - std::min(report.fileBytes, report.packets.load() * kPacketSize);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options = parse(argc, argv);
+  Report report;
+  report.file = options.file;
+  if (const std::string reason = checkFile(report); !reason.empty()) {
+    std::fprintf(stderr, "ombrixhal-inspect: %s: %s\n", report.file.c_str(), reason.c_str());
+    return 1;
+  }
+  if (options.log) {
+    OmbrixHalSetLogHandler(printLog, nullptr);
+    OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_ERROR);
+    OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_WARNING);
+    OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_INFO);
+  }
+  OmbrixHalInitParameter parameter = {1, 1};  // the checking allocator: leaks show in --log
+  if (!OmbrixHalInit(&parameter)) {
+    std::fprintf(stderr, "ombrixhal-inspect: the HAL did not start\n");
+    OmbrixHalDone();
+    return 1;
+  }
+  std::string failure;
+  try {
+    inspect(report, options);
+  } catch (const Failure& caught) {
+    failure = caught.reason;
+  }
+  OmbrixHalDone();
+  OmbrixHalSetLogHandler(nullptr, nullptr);
+  if (!failure.empty()) {
+    std::fprintf(stderr, "ombrixhal-inspect: %s: %s\n", report.file.c_str(), failure.c_str());
+    return 1;
+  }
+  if (options.json) {
+    printJson(report);
+  } else {
+    printText(report);
+  }
+  // A damaged recording is still reported in full, then named as such.
+  if (const std::string damage = report.damage.describe(); !damage.empty()) {
+    std::fprintf(stderr, "ombrixhal-inspect: %s: damaged stream: %s\n", report.file.c_str(), damage.c_str());
+    return 1;
+  }
+  return 0;
+}
