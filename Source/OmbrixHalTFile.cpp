@@ -1,6 +1,7 @@
 // File layer: routes every call by path prefix to one of up to ten registered file
 // systems, wraps their handles, and turns a remove into a time-stamped rename on request.
 #include <cstring>
+#include <mutex>
 #include <new>
 
 #include "OmbrixHalClock.h"
@@ -13,6 +14,7 @@
 struct OmbrixHalFileObject {
   void* file;
   OmbrixHalFileInterface* entry;
+  OmbrixHalFileObject* nextOpen;
 };
 
 struct OmbrixHalFileIteratorObject {
@@ -239,6 +241,33 @@ OmbrixHalBool OmbrixHalFileRegisterFileInterface(const OmbrixHalFileInterface* a
   return aInterface != nullptr ? registerInterface(*aInterface) : 0;
 }
 
+namespace {
+
+// The open files, so that Close can tell a handle it has closed already. Open and close come
+// from any thread.
+std::mutex openFilesLock;
+OmbrixHalFileObject* openFiles = nullptr;
+
+void addOpenFile(OmbrixHalFileObject* file) noexcept {
+  std::lock_guard guard(openFilesLock);
+  file->nextOpen = openFiles;
+  openFiles = file;
+}
+
+// False when `file` is not open.
+bool removeOpenFile(OmbrixHalFileObject* file) noexcept {
+  std::lock_guard guard(openFilesLock);
+  for (OmbrixHalFileObject** link = &openFiles; *link != nullptr; link = &(*link)->nextOpen) {
+    if (*link == file) {
+      *link = file->nextOpen;
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
 OmbrixHalFileHandle OmbrixHalFileOpen(const char* aFileName, const char* aMode) noexcept {
   if (table.initialised == 0) {
     OmbrixHalLoggerPrint(kOpenName, kNotInitialised);
@@ -276,13 +305,19 @@ OmbrixHalFileHandle OmbrixHalFileOpen(const char* aFileName, const char* aMode) 
     return nullptr;
   }
   OmbrixHalLoggerPrint(kOpenName, kOpenedInMode, aMode, aFileName);
-  return new (memory) OmbrixHalFileObject{file, entry};
+  auto* object = new (memory) OmbrixHalFileObject{file, entry, nullptr};
+  addOpenFile(object);
+  return object;
 }
 
 OmbrixHalBool OmbrixHalFileClose(OmbrixHalFileHandle This) noexcept {
   if (This == nullptr) {
     OmbrixHalLoggerPrint(kCloseName, kIllegalNullParameter, "This");
     return 1;  // Deliberate: closing nothing succeeds.
+  }
+  // The file analog tuner closes its file twice at destroy, with the same handle.
+  if (!removeOpenFile(This)) {
+    return 0;
   }
   const OmbrixHalBool result = This->entry->Close != nullptr ? This->entry->Close(This->file) : 0;
   This->~OmbrixHalFileObject();

@@ -7,6 +7,7 @@
 #include "OmbrixHalTTunerParameter.h"
 #include "OmbrixHalTimer.h"
 #include "OmbrixHalTuner.h"
+#include "OmbrixHalTunerFileAnalog.h"
 #include "OmbrixHalTunerFileDigital.h"
 
 namespace ombrixhal::seam {
@@ -63,20 +64,20 @@ constexpr uint32_t kStatusCount = OMBRIX_HAL_TUNER_STATUS_LOCKED + 1;
 
 using CreateFunction = OmbrixHalTunerHandle (*)() noexcept;
 
-// The kinds that Open creates itself, each by its own create function. A type whose create
-// function is not built yet falls to the factory, as every type missing here does.
+// The kinds that Open creates itself, each by its own create function; every other type goes
+// to the factory.
 struct KindCreation {
   OmbrixHalTunerType type;
   CreateFunction create;
 };
 constexpr KindCreation kKindCreations[] = {
     {OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE, OmbrixHalTunerFileDigitalCreate},
-    {OMBRIX_HAL_TUNER_TYPE_ANALOG_FILE, nullptr},
+    {OMBRIX_HAL_TUNER_TYPE_ANALOG_FILE, OmbrixHalTunerFileAnalogCreate},
 };
 
 OmbrixHalTunerHandle createTuner(OmbrixHalTunerType type) noexcept {
   for (const KindCreation& kind : kKindCreations) {
-    if (kind.type == type && kind.create != nullptr) {
+    if (kind.type == type) {
       return kind.create();
     }
   }

@@ -10,6 +10,7 @@
 #include "OmbrixHalFilter.h"
 #include "OmbrixHalLogger.h"
 #include "OmbrixHalMemory.h"
+#include "OmbrixHalTFileTuner.h"
 #include "OmbrixHalTModule.h"
 #include "OmbrixHalTTunerHead.h"
 #include "OmbrixHalThread.h"
@@ -50,16 +51,15 @@ constexpr uint16_t kAnyPid = 0xffff;
 static_assert(kChunkSize == 256 * kPacketSize);
 static_assert(kHandlerCount == 64, "the occupied mask has one bit per handler entry");
 
-struct HandlerEntry {
-  OmbrixHalTunerPacketHandler handler;
-  void* context;  // NULL: the entry is free
-};
+using ombrixhal::currentThread;
+using ombrixhal::FileTunerHandlerEntry;
+using ombrixhal::StateGuard;
 
 struct FileDigitalTuner {
   OmbrixHalTunerHead head;
   uint16_t RepetitionsDone;  // ends of the file reached in the current play
   OmbrixHalFileHandle File;
-  HandlerEntry Handlers[kHandlerCount];
+  FileTunerHandlerEntry Handlers[kHandlerCount];
   uint32_t MicrosecondsPerPacket;
   uint32_t MillisecondsPerPacket;            // 0 when faster than 1000 packets per second
   OmbrixHalCriticalSectionHandle StateLock;  // the file, the cursor, the handlers, the status
@@ -80,11 +80,7 @@ struct FileDigitalTuner {
   uint64_t AnyPid;
   uint64_t* PidMasks;  // kPidCount words
   uint16_t HandlerPid[kHandlerCount];  // kAnyPid, or the PID whose mask holds the entry
-  // Whether the application side holds PaceGate. Entered and left in matching pairs only:
-  // leaving a free gate would fail, and a paced play restarted would release it twice.
-  bool GateHeld;
-  // The thread delivering now, or NULL. A handler runs with StateLock held; its own calls to
-  // register, unregister or status on this tuner must not wait for that lock again.
+  bool GateHeld;  // the application side holds PaceGate
   ombrixhal::Relaxed<const void*> DeliveringThread;
 };
 
@@ -95,53 +91,6 @@ FileDigitalTuner* asFileDigitalTuner(OmbrixHalTunerHandle aThis) noexcept {
 // The exports are also the kind's operation slots; called directly, they check their handle.
 FileDigitalTuner* tunerOf(OmbrixHalTunerHandle aThis, const char* functionName) noexcept {
   return ombrixhal::isGiven(aThis, functionName, kThisName) ? asFileDigitalTuner(aThis) : nullptr;
-}
-
-// Tells the calling thread from the others; cheaper than asking the thread module for an id
-// on every packet.
-const void* currentThread() noexcept {
-  static thread_local const char marker = 0;
-  return &marker;
-}
-
-bool isDelivering(const FileDigitalTuner& tuner) noexcept {
-  const void* delivering = tuner.DeliveringThread;
-  return delivering != nullptr && delivering == currentThread();
-}
-
-// StateLock for a call that a handler may make during delivery: the delivering thread holds
-// the lock already.
-class StateGuard {
- public:
-  explicit StateGuard(FileDigitalTuner& tuner) noexcept : lock_(isDelivering(tuner) ? nullptr : tuner.StateLock) {
-    if (lock_ != nullptr) {
-      OmbrixHalCriticalSectionEnter(lock_);
-    }
-  }
-  ~StateGuard() {
-    if (lock_ != nullptr) {
-      OmbrixHalCriticalSectionLeave(lock_);
-    }
-  }
-  StateGuard(const StateGuard&) = delete;
-  StateGuard& operator=(const StateGuard&) = delete;
-
- private:
-  OmbrixHalCriticalSectionHandle lock_;
-};
-
-void holdPaceGate(FileDigitalTuner& tuner) noexcept {
-  if (!tuner.GateHeld) {
-    OmbrixHalCriticalSectionEnter(tuner.PaceGate);
-    tuner.GateHeld = true;
-  }
-}
-
-void releasePaceGate(FileDigitalTuner& tuner) noexcept {
-  if (tuner.GateHeld) {
-    tuner.GateHeld = false;
-    OmbrixHalCriticalSectionLeave(tuner.PaceGate);
-  }
 }
 
 // Under StateLock.
@@ -182,7 +131,7 @@ bool synchronise(FileDigitalTuner& tuner) noexcept {
   }
   OmbrixHalFileSeek(tuner.File, offset, kSeekStart);
   // Free entries too: the reset ignores NULL and anything that is not a live filter.
-  for (const HandlerEntry& entry : tuner.Handlers) {
+  for (const FileTunerHandlerEntry& entry : tuner.Handlers) {
     OmbrixHalFilterReset(static_cast<OmbrixHalFilterHandle>(entry.context));
   }
   return true;
@@ -201,7 +150,7 @@ void dispatch(FileDigitalTuner& tuner, const uint8_t* packet) noexcept {
   uint64_t pending = tuner.AnyPid | samePid;
   while (pending != 0) {
     const int index = std::countr_zero(pending);
-    const HandlerEntry entry = tuner.Handlers[index];
+    const FileTunerHandlerEntry entry = tuner.Handlers[index];
     entry.handler(nullptr, packet, kPacketSize, entry.context);
     pending = (tuner.AnyPid | samePid) & ((~uint64_t{0} << index) << 1);
   }
@@ -398,7 +347,7 @@ OmbrixHalTunerHandle OmbrixHalTunerFileDigitalCreate(void) noexcept {
     freeTuner(tuner);
     return nullptr;
   }
-  holdPaceGate(*tuner);
+  ombrixhal::holdPaceGate(*tuner);
   // Set before the thread exists, so that it cannot find the flag still clear.
   tuner->Running = 1;
   tuner->Thread = OmbrixHalThreadCreate(pace, tuner, kPacingThreadPriority, 0, kPacingThreadStackSize);
@@ -414,11 +363,7 @@ OmbrixHalBool OmbrixHalTunerFileDigitalDestroy(OmbrixHalTunerHandle This) noexce
   if (tuner == nullptr) {
     return 0;
   }
-  tuner->Running = 0;
-  releasePaceGate(*tuner);
-  while (!tuner->ThreadFinished.load(std::memory_order_acquire)) {
-    OmbrixHalThreadSleep(kFinishPollMs);
-  }
+  ombrixhal::stopPacingThread(*tuner, kFinishPollMs);
   if (tuner->Thread != nullptr) {
     // Kept: this platform cannot destroy a thread, which warns; the thread has ended anyway.
     OmbrixHalThreadDestroy(tuner->Thread);
@@ -453,7 +398,7 @@ OmbrixHalBool OmbrixHalTunerFileDigitalSetParameter(OmbrixHalTunerHandle This,
     return 0;
   }
   // The thread is held for the whole change: it finishes its cycle on the old play first.
-  holdPaceGate(*tuner);
+  ombrixhal::holdPaceGate(*tuner);
   OmbrixHalCriticalSectionEnter(tuner->StateLock);
   tuner->RepetitionsDone = 0;
   tuner->Paced = 0;
@@ -475,7 +420,7 @@ OmbrixHalBool OmbrixHalTunerFileDigitalSetParameter(OmbrixHalTunerHandle This,
   const bool paced = playing && tuner->Paced;
   OmbrixHalCriticalSectionLeave(tuner->StateLock);
   if (paced) {
-    releasePaceGate(*tuner);
+    ombrixhal::releasePaceGate(*tuner);
   }
   return playing ? 1 : 0;
 }

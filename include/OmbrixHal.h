@@ -22,6 +22,7 @@
 #include "OmbrixHalThread.h"
 #include "OmbrixHalTimer.h"
 #include "OmbrixHalTuner.h"
+#include "OmbrixHalTunerFileAnalog.h"
 #include "OmbrixHalTunerFileDigital.h"
 #include "OmbrixHalTypes.h"
 #include "OmbrixHalVersion.h"

@@ -76,7 +76,7 @@ TEST_F(TunerOpening, GivesTheLockTimerBackOnCloseAndOnFailureAndTakesTheTypeFrom
   seam::tunerFactoryCreateTuner = OmbrixHalTunerFactoryCreateTuner;  // which makes no tuner yet
   const std::pair<const char*, LogLine> cases[] = {
       {"DVB-C", error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-C'", 0x1007)},
-      {"analogFile: name=a.ts", error("OmbrixHalTunerOpen", "Cannot open tuner: 'analogFile: name=a.ts'", 0x1007)},
+      {"DVB-T: freq=474000", error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-T: freq=474000'", 0x1007)},
       {"dvb-t", error("OmbrixHalTunerOpen", "Unknown tuner type in string 'dvb-t'", 0x1006)},
       {nullptr, error("OmbrixHalTunerOpen", "Illegal value 'NULL' for parameter 'aTunerTypeString'", 0x1003)},
   };
