@@ -53,7 +53,7 @@ struct FileAnalogTuner {
   uint32_t CurrentField;  // 0 (none yet), 1 or 2: the field of the last record read
   OmbrixHalCriticalSectionHandle PaceGate;   // held while no paced play is active
   OmbrixHalCriticalSectionHandle StateLock;  // the file, the handlers, the status
-  uint32_t Paced;
+  ombrixhal::Relaxed<uint32_t> Paced;  // read by Receive before it waits for StateLock
   ombrixhal::Relaxed<uint32_t> Running;
   std::atomic<uint32_t> ThreadFinished;  // released last by the thread: Destroy frees after it
   OmbrixHalThreadHandle Thread;
@@ -346,8 +346,9 @@ OmbrixHalTunerStatus OmbrixHalTunerFileAnalogGetStatus(OmbrixHalTunerHandle This
 OmbrixHalBool OmbrixHalTunerFileAnalogReceive(OmbrixHalTunerHandle This) noexcept {
   FileAnalogTuner* tuner = tunerOf(This, kReceiveName);
   const void* self = ombrixhal::currentThread();
-  // A handler pulling from its own tuner would overwrite the record it is being given.
-  if (tuner == nullptr || tuner->DeliveringThread == self) {
+  // A handler pulling from its own tuner would overwrite the record it is being given. While
+  // paced, the thread holds StateLock for a whole field: refuse without waiting for it.
+  if (tuner == nullptr || tuner->DeliveringThread == self || tuner->Paced) {
     return 0;
   }
   OmbrixHalCriticalSectionEnter(tuner->StateLock);

@@ -1,17 +1,21 @@
 #!/usr/bin/env bash
 # The inspector on files that are not good recordings: each must end with exit status 1 and one
 # line on stderr that names the file and the reason. Truncated and damaged streams are still
-# reported in full before that line. Usage: CheckInspectorBadInput.sh INSPECT STREAM WORK_DIR
+# reported in full before that line.
+# Usage: CheckInspectorBadInput.sh INSPECT STREAM RECORDS WORK_DIR
 set -uo pipefail
-inspect=$1 stream=$2 work=$3
+inspect=$1 stream=$2 records=$3 work=$4
 rm -rf "$work" && mkdir -p "$work" || exit 1
 failures=0 cases=0
 
-# expect FILE REPORT ERROR: REPORT is "report" when a report must come first, else "none".
+# expect [--analog] FILE REPORT ERROR: REPORT is "report" when a report must come first, else
+# "none".
 expect() {
+  local mode=()
+  if [ "$1" = --analog ]; then mode=(--analog); shift; fi
   local file=$1 report=$2 error=$3 status
   cases=$((cases + 1))
-  "$inspect" "$file" >"$work/out" 2>"$work/err"
+  "$inspect" "${mode[@]}" "$file" >"$work/out" 2>"$work/err"
   status=$?
   if [ "$status" -ne 1 ]; then
     echo "$file: exit status $status, expected 1"; failures=$((failures + 1))
@@ -19,7 +23,7 @@ expect() {
   if [ "$(cat "$work/err")" != "ombrixhal-inspect: $file: $error" ]; then
     echo "$file: stderr '$(cat "$work/err")', expected 'ombrixhal-inspect: $file: $error'"; failures=$((failures + 1))
   fi
-  if [ "$report" = report ] && ! grep -q '^Services' "$work/out"; then
+  if [ "$report" = report ] && ! grep -q '^Teletext pages' "$work/out"; then
     echo "$file: no report"; failures=$((failures + 1))
   elif [ "$report" = none ] && [ -s "$work/out" ]; then
     echo "$file: output '$(head -c 200 "$work/out")' besides the error"; failures=$((failures + 1))
@@ -43,6 +47,12 @@ expect "$work/truncated.ts" report "damaged stream: 100 bytes outside whole pack
 head -c $((packet * 3000)) "$stream" >"$work/zeroed.ts"
 dd if=/dev/zero of="$work/zeroed.ts" bs=$packet seek=1000 count=20 conv=notrunc status=none
 expect "$work/zeroed.ts" report "damaged stream: 20 packets without sync byte, 3 continuity errors"
+
+# Analog line records: too few bytes for one, and a last record cut short.
+head -c 63 "$records" >"$work/short.rec"
+expect --analog "$work/short.rec" none "too short for a file of line records (63 bytes)"
+head -c $((64 * 30 + 40)) "$records" >"$work/truncated.rec"
+expect --analog "$work/truncated.rec" report "damaged stream: 40 bytes outside whole records (truncated?)"
 
 echo "$((cases - failures)) passed, ${failures} failed"
 [ "$failures" -eq 0 ]

@@ -1,9 +1,10 @@
-// ombrixhal-genstream: writes the inspector's default input, a small broadcast-like transport
-// stream, the same bytes on every run. Two services, each with PAT and PMT entries, an SDT with
+// ombrixhal-genstream: writes the inspector's default inputs, the same bytes on every run: a
+// small broadcast-like transport stream, and with --analog a file of analog line records. Two services, each with PAT and PMT entries, an SDT with
 // service and provider names, EIT present/following events, TDT and TOT on PID 0x14, a PCR every
 // 40 ms, MPEG-2 video in unbounded PES and MPEG audio in bounded PES; the first service also
 // carries EBU teletext whose page headers (pages 100 and 101) show the time, odd-parity encoded
-// as broadcast. The packets go out at a constant mux rate, null packets filling the gaps.
+// as broadcast. The packets go out at a constant mux rate, null packets filling the gaps. The
+// line records carry the same teletext pages, a field at a time.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -295,24 +296,20 @@ uint8_t reversed(uint8_t byte) {
   return result;
 }
 
-// One EBU teletext data unit: row `row` of magazine `magazine`; `control` holds the eight
-// Hamming-coded bytes that follow the address on a header row (none on other rows).
-Bytes teletextUnit(uint32_t magazine, uint32_t row, const Bytes& control, const std::string& text, uint8_t line) {
-  Bytes natural{kHamming84[(magazine & 7) | (row & 1) << 3], kHamming84[row >> 1]};
-  natural.insert(natural.end(), control.begin(), control.end());
-  for (size_t i = 0; natural.size() < 42; ++i) {
-    natural.push_back(oddParity(i < text.size() ? text[i] : ' '));
+// A teletext line (row `row` of magazine `magazine`) as transmitted: the Hamming-coded address,
+// on a header row the eight Hamming-coded bytes of `control`, then the text with odd parity.
+Bytes teletextLine(uint32_t magazine, uint32_t row, const Bytes& control, const std::string& text) {
+  Bytes line{kHamming84[(magazine & 7) | (row & 1) << 3], kHamming84[row >> 1]};
+  line.insert(line.end(), control.begin(), control.end());
+  for (size_t i = 0; line.size() < 42; ++i) {
+    line.push_back(oddParity(i < text.size() ? text[i] : ' '));
   }
-  Bytes unit{0x02, 44, static_cast<uint8_t>(0xe0 | line), 0xe4};
-  for (uint8_t byte : natural) {
-    unit.push_back(reversed(byte));
-  }
-  return unit;
+  return line;
 }
 
-// A teletext PES of exactly one TS packet: the 45-byte header the DVB rules prescribe, the
-// data identifier, the header row of page `page` and one text row, and a stuffing unit.
-Bytes teletextPes(uint64_t pts, uint32_t page, uint32_t secondsOfDay) {
+// The two rows of page `page` that one field carries: the header, which shows the time, and a
+// text row.
+std::vector<Bytes> teletextRows(uint32_t page, uint32_t secondsOfDay) {
   const uint32_t magazine = page / 100 % 8;
   const Bytes control{kHamming84[page % 10], kHamming84[page / 10 % 10], kHamming84[0], kHamming84[0],
                       kHamming84[0],         kHamming84[0],              kHamming84[0], kHamming84[0]};
@@ -321,11 +318,22 @@ Bytes teletextPes(uint64_t pts, uint32_t page, uint32_t secondsOfDay) {
                 secondsOfDay % 60);
   const std::string header = std::string(page == 100 ? "Ombrix Text  " : "Ombrix News  ") + "Sun 22 Nov " + clock;
   const std::string body = page == 100 ? "Welcome to Ombrix teletext" : "Headlines on this page";
+  return {teletextLine(magazine, 0, control, header), teletextLine(magazine, 1, {}, body)};
+}
+
+// A teletext PES of exactly one TS packet: the 45-byte header the DVB rules prescribe, the
+// data identifier, the two rows of page `page` as EBU data units (bits reversed, as they stand
+// in PES), and a stuffing unit.
+Bytes teletextPes(uint64_t pts, uint32_t page, uint32_t secondsOfDay) {
   Bytes payload{0x10};  // EBU data
-  const Bytes headerRow = teletextUnit(magazine, 0, control, header, 7);
-  const Bytes textRow = teletextUnit(magazine, 1, {}, body, 8);
-  payload.insert(payload.end(), headerRow.begin(), headerRow.end());
-  payload.insert(payload.end(), textRow.begin(), textRow.end());
+  uint8_t videoLine = 7;
+  for (const Bytes& row : teletextRows(page, secondsOfDay)) {
+    const Bytes unitHeader{0x02, 44, static_cast<uint8_t>(0xe0 | videoLine++), 0xe4};
+    payload.insert(payload.end(), unitHeader.begin(), unitHeader.end());
+    for (uint8_t byte : row) {
+      payload.push_back(reversed(byte));
+    }
+  }
   payload.push_back(0xff);
   payload.push_back(44);
   payload.insert(payload.end(), 44, 0xff);
@@ -501,22 +509,57 @@ class Multiplexer {
   uint8_t continuity_[kNullPid + 1] = {};
 };
 
+// Analog line records, 64 bytes each: the line in bytes 0 and 1 (byte 0 + ((byte 1 & 0x06) << 8)),
+// flags in byte 4 (0x27 on a teletext line), the line's 42 bytes from byte 5. Fifty fields a
+// second, field 1 first; each carries the two teletext rows of a page (100 and 101 in turn) and
+// a record that is no teletext. Lines of field 1 are tagged from 512 on, as the tag can hold.
+void writeAnalogRecords(std::FILE* out, uint32_t seconds) {
+  constexpr uint32_t kFieldsPerSecond = 50;
+  constexpr uint8_t kTeletextFlags = 0x27;
+  for (uint32_t field = 0; field < seconds * kFieldsPerSecond; ++field) {
+    const uint32_t lineBase = field % 2 == 0 ? 512 : 0;
+    const uint32_t page = field / 2 % 2 == 0 ? 100 : 101;
+    std::vector<Bytes> lines = teletextRows(page, kStartHour * 3600 + field / kFieldsPerSecond);
+    lines.push_back(Bytes(42, 0x00));
+    for (size_t index = 0; index < lines.size(); ++index) {
+      const bool teletext = index + 1 < lines.size();
+      const uint32_t line = lineBase + (teletext ? 7 + static_cast<uint32_t>(index) : 23);
+      uint8_t record[64] = {static_cast<uint8_t>(line & 0xff), static_cast<uint8_t>(line >> 8 & 0x06), 0, 0,
+                            teletext ? kTeletextFlags : uint8_t{0}};
+      std::memcpy(record + 5, lines[index].data(), lines[index].size());
+      if (std::fwrite(record, sizeof record, 1, out) != 1) {
+        std::perror("ombrixhal-genstream");
+        std::exit(1);
+      }
+    }
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2 || argc > 3) {
-    std::fprintf(stderr, "usage: ombrixhal-genstream OUTPUT [SECONDS]\n");
+  const bool analog = argc > 1 && std::strcmp(argv[1], "--analog") == 0;
+  const int first = analog ? 2 : 1;
+  if (argc < first + 1 || argc > first + 2) {
+    std::fprintf(stderr, "usage: ombrixhal-genstream [--analog] OUTPUT [SECONDS]\n"
+                         "  a transport stream, or with --analog a file of analog line records\n");
     return 2;
   }
-  const uint32_t seconds = argc == 3 ? static_cast<uint32_t>(std::strtoul(argv[2], nullptr, 10)) : kDefaultSeconds;
-  std::FILE* out = std::fopen(argv[1], "wb");
+  const char* path = argv[first];
+  const uint32_t seconds =
+      argc == first + 2 ? static_cast<uint32_t>(std::strtoul(argv[first + 1], nullptr, 10)) : kDefaultSeconds;
+  std::FILE* out = std::fopen(path, "wb");
   if (out == nullptr) {
-    std::perror(argv[1]);
+    std::perror(path);
     return 1;
   }
-  Multiplexer(out).run(seconds);
+  if (analog) {
+    writeAnalogRecords(out, seconds);
+  } else {
+    Multiplexer(out).run(seconds);
+  }
   if (std::fclose(out) != 0) {
-    std::perror(argv[1]);
+    std::perror(path);
     return 1;
   }
   return 0;

@@ -23,6 +23,9 @@
 namespace {
 
 constexpr uint32_t kPacketSize = 188;
+constexpr uint32_t kRecordSize = 64;                // an analog line record
+constexpr OmbrixHalFilterType kRecordTeletext = 7;  // the analog file filter's type that delivers
+constexpr uint32_t kFieldIntervalMs = 20;           // 50 fields a second
 constexpr uint32_t kPatPid = 0x0000;
 constexpr uint32_t kSdtPid = 0x0011;
 constexpr uint32_t kEitPid = 0x0012;
@@ -45,6 +48,7 @@ constexpr uint32_t kMjdOf1970 = 40587;
 constexpr uint32_t kPcrUnitsPerSecond = 45000;
 
 const char* const kDefaultStream = OMBRIX_HAL_DEFAULT_STREAM;
+const char* const kDefaultAnalog = OMBRIX_HAL_DEFAULT_ANALOG;
 const std::string kLocalPrefix = "//local/";
 constexpr size_t kLongestTunerName = 255;
 
@@ -139,7 +143,8 @@ struct Damage {
   uint64_t transportErrors = 0;  // packets the receiver marked as broken
   uint64_t continuityErrors = 0;
   uint64_t crcErrors = 0;
-  uint64_t strayBytes = 0;  // bytes before the first or after the last whole packet
+  uint64_t strayBytes = 0;  // bytes before the first or after the last whole packet or record
+  const char* units = "packets";
 
   std::string describe() const {
     std::string text;
@@ -152,7 +157,7 @@ struct Damage {
     add(transportErrors, "packets with transport errors");
     add(continuityErrors, "continuity errors");
     add(crcErrors, "section CRC errors");
-    add(strayBytes, "bytes outside whole packets (truncated?)");
+    add(strayBytes, ("bytes outside whole " + std::string(units) + " (truncated?)").c_str());
     return text;
   }
 };
@@ -179,7 +184,9 @@ struct Report {
   uint32_t tots = 0;
   uint32_t totCrcErrors = 0;
   std::string clock;  // what the HAL's clock reads after the stream set it
-  std::atomic<uint64_t> packets{0};
+  std::atomic<uint64_t> packets{0};  // TS packets, or analog line records
+  uint32_t unitBytes = kPacketSize;  // the size of one of them
+  uint64_t recordTeletextLines = 0;
   Damage damage;
   bool patSeen = false;
 
@@ -194,7 +201,8 @@ struct Report {
 };
 
 struct Options {
-  std::string file = kDefaultStream;
+  std::string file;
+  bool analog = false;  // a file of analog line records rather than a transport stream
   bool json = false;
   bool log = false;
   bool realtime = false;
@@ -338,9 +346,7 @@ void onPcr(OmbrixHalFilterHandle, const uint8_t* aRecord, uint32_t aLength, void
 
 // A teletext line as the HAL hands it: magazine and row, then for a page header the page
 // number and, in its last 32 bytes, the header text with odd parity in bit 7.
-void onTeletext(OmbrixHalFilterHandle, const uint8_t* aLine, uint32_t aLength, void* aContext) {
-  auto& context = *static_cast<FilterContext*>(aContext);
-  ++context.report->pids[context.pid].teletextLines;
+void readTeletextLine(Report& report, const uint8_t* aLine, uint32_t aLength) {
   if (aLength < 42) {
     return;
   }
@@ -360,7 +366,26 @@ void onTeletext(OmbrixHalFilterHandle, const uint8_t* aLine, uint32_t aLength, v
     header += character >= 0x20 && character < 0x7f ? character : ' ';
   }
   header.erase(header.find_last_not_of(' ') + 1);
-  context.report->teletextPages[magazine * 100 + tens * 10 + units] = header;
+  report.teletextPages[magazine * 100 + tens * 10 + units] = header;
+}
+
+void onTeletext(OmbrixHalFilterHandle, const uint8_t* aLine, uint32_t aLength, void* aContext) {
+  auto& context = *static_cast<FilterContext*>(aContext);
+  ++context.report->pids[context.pid].teletextLines;
+  readTeletextLine(*context.report, aLine, aLength);
+}
+
+// The teletext lines of analog line records; the first argument is the record's source.
+void onAnalogTeletext(OmbrixHalFilterHandle, const uint8_t* aLine, uint32_t aLength, void* aContext) {
+  auto& report = *static_cast<Report*>(aContext);
+  ++report.recordTeletextLines;
+  readTeletextLine(report, aLine, aLength);
+}
+
+// Every analog line record, counted.
+void onRecord(void*, const uint8_t*, uint32_t, void* aContext) {
+  auto& report = *static_cast<Report*>(aContext);
+  report.packets.store(report.packets.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 
 // Every packet: counted per PID, and checked for the damage a recording can carry.
@@ -527,11 +552,11 @@ double measureBitrate(OmbrixHalTunerHandle tuner, Report& report) {
 }
 
 void showProgress(const Report& report, std::chrono::steady_clock::time_point start, bool done) {
-  const uint64_t total = std::max<uint64_t>(report.fileBytes / kPacketSize, 1);
+  const uint64_t total = std::max<uint64_t>(report.fileBytes / report.unitBytes, 1);
   const uint64_t packets = report.packets.load(std::memory_order_relaxed);
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   std::fprintf(stderr, "\r%5.1f %%  %8.1f MB/s", 100.0 * std::min(packets, total) / total,
-               seconds > 0 ? packets * double{kPacketSize} / seconds / 1e6 : 0.0);
+               seconds > 0 ? packets * static_cast<double>(report.unitBytes) / seconds / 1e6 : 0.0);
   if (done) {
     std::fputc('\n', stderr);
   }
@@ -611,6 +636,16 @@ std::string eventText(const Event& event) {
   return timeText(event.start).substr(11, 5) + " " + event.name + minutes;
 }
 
+void printTeletextPages(const Report& report) {
+  std::printf("Teletext pages\n");
+  for (const auto& [page, header] : report.teletextPages) {
+    std::printf("  %d  \"%s\"\n", page, header.c_str());
+  }
+  if (report.teletextPages.empty()) {
+    std::printf("  none\n");
+  }
+}
+
 void printText(const Report& report) {
   std::printf("%s: %.1f MB, %llu packets\n\n", report.file.c_str(), report.fileBytes / 1e6,
               static_cast<unsigned long long>(report.packets.load()));
@@ -639,13 +674,8 @@ void printText(const Report& report) {
                 static_cast<unsigned long long>(counts.sections), counts.crcErrors,
                 static_cast<unsigned long long>(counts.pes), static_cast<unsigned long long>(counts.teletextLines));
   }
-  std::printf("\nTeletext pages\n");
-  for (const auto& [page, header] : report.teletextPages) {
-    std::printf("  %d  \"%s\"\n", page, header.c_str());
-  }
-  if (report.teletextPages.empty()) {
-    std::printf("  none\n");
-  }
+  std::printf("\n");
+  printTeletextPages(report);
 }
 
 std::string jsonString(const std::string& text) {
@@ -663,6 +693,17 @@ std::string jsonString(const std::string& text) {
     quoted += character;
   }
   return quoted + "\"";
+}
+
+// The teletext pages as the last member of a JSON object, without its line end.
+void printTeletextJson(const Report& report) {
+  std::printf("  \"teletext\": {");
+  bool first = true;
+  for (const auto& [page, header] : report.teletextPages) {
+    std::printf("%s\"%d\": %s", first ? "" : ", ", page, jsonString(header).c_str());
+    first = false;
+  }
+  std::printf("}");
 }
 
 void printJson(const Report& report) {
@@ -698,13 +739,25 @@ void printJson(const Report& report) {
                 static_cast<unsigned long long>(counts.pes), static_cast<unsigned long long>(counts.teletextLines));
     first = false;
   }
-  std::printf("\n  },\n  \"teletext\": {");
-  first = true;
-  for (const auto& [page, header] : report.teletextPages) {
-    std::printf("%s\"%d\": %s", first ? "" : ", ", page, jsonString(header).c_str());
-    first = false;
-  }
-  std::printf("}\n}\n");
+  std::printf("\n  },\n");
+  printTeletextJson(report);
+  std::printf("\n}\n");
+}
+
+void printAnalogText(const Report& report) {
+  std::printf("%s: %.1f MB, %llu line records, %llu teletext lines\n\n", report.file.c_str(), report.fileBytes / 1e6,
+              static_cast<unsigned long long>(report.packets.load()),
+              static_cast<unsigned long long>(report.recordTeletextLines));
+  printTeletextPages(report);
+}
+
+void printAnalogJson(const Report& report) {
+  std::printf("{\n  \"file\": %s,\n  \"bytes\": %llu,\n  \"records\": %llu,\n  \"teletextLines\": %llu,\n",
+              jsonString(report.file).c_str(), static_cast<unsigned long long>(report.fileBytes),
+              static_cast<unsigned long long>(report.packets.load()),
+              static_cast<unsigned long long>(report.recordTeletextLines));
+  printTeletextJson(report);
+  std::printf("\n}\n");
 }
 
 Options parse(int argc, char** argv) {
@@ -717,25 +770,31 @@ Options parse(int argc, char** argv) {
       options.log = true;
     } else if (argument == "--realtime") {
       options.realtime = true;
+    } else if (argument == "--analog") {
+      options.analog = true;
     } else if (argument == "--help" || argument == "-h" || (argument.size() > 1 && argument[0] == '-')) {
       std::fprintf(stderr,
-                   "usage: ombrixhal-inspect [--json] [--log] [--realtime] [FILE]\n"
+                   "usage: ombrixhal-inspect [--json] [--log] [--realtime] [--analog] [FILE]\n"
                    "  FILE        a transport stream (default: %s)\n"
+                   "  --analog    FILE holds analog line records (default: %s)\n"
                    "  --json      the report as JSON\n"
                    "  --log       the HAL's log lines on stderr\n"
                    "  --realtime  play at the stream's own rate instead of as fast as it reads\n",
-                   kDefaultStream);
+                   kDefaultStream, kDefaultAnalog);
       std::exit(argument == "--help" || argument == "-h" ? 0 : 2);
     } else {
       options.file = argument;
     }
+  }
+  if (options.file.empty()) {
+    options.file = options.analog ? kDefaultAnalog : kDefaultStream;
   }
   return options;
 }
 
 // A missing or unreadable file, a directory, a file too short to hold packets: the reason, or
 // an empty text when the file can be played.
-std::string checkFile(Report& report) {
+std::string checkFile(Report& report, bool analog) {
   struct stat status {};
   if (stat(report.file.c_str(), &status) != 0) {
     return std::strerror(errno);
@@ -756,7 +815,10 @@ std::string checkFile(Report& report) {
     return "the file tuner cannot take a path with a double quote";
   }
   report.fileBytes = static_cast<uint64_t>(status.st_size);
-  if (report.fileBytes < 2 * kPacketSize) {
+  if (analog && report.fileBytes < kRecordSize) {
+    return "too short for a file of line records (" + std::to_string(report.fileBytes) + " bytes)";
+  }
+  if (!analog && report.fileBytes < 2 * kPacketSize) {
     return "too short for a transport stream (" + std::to_string(report.fileBytes) + " bytes)";
   }
   return {};
@@ -784,13 +846,55 @@ void inspect(Report& report, Options& options) {
   report.damage.strayBytes = report.fileBytes - std::min(report.fileBytes, report.packets.load() * kPacketSize);
 }
 
+// Analog line records through an "analogFile" tuner, once, into a counting handler and the
+// analog file filter, which a middleware reaches only through the real-filter call.
+void inspectAnalog(Report& report, const Options& options) {
+  report.unitBytes = kRecordSize;
+  report.damage.units = "records";
+  OmbrixHalTunerHandle tuner = OmbrixHalTunerOpen("analogFile");
+  if (tuner == nullptr) {
+    throw Failure{"the HAL has no analog file tuner"};
+  }
+  // Both are in place before the parameter: a paced play starts with it.
+  OmbrixHalTunerRegisterPacketHandler(tuner, onRecord, &report);
+  OmbrixHalFilterHandle filter = OmbrixHalFilterCreateRealFilter(tuner, kRecordTeletext, onAnalogTeletext, &report);
+  const std::string line = "analogFile: name=\"" + kLocalPrefix + report.file +
+                           "\", repetitions=1, fieldInterval=" + std::to_string(options.realtime ? kFieldIntervalMs : 0);
+  const bool played = filter != nullptr && OmbrixHalFilterStart(filter) &&
+                      OmbrixHalTunerSetParameterByString(tuner, line.c_str());
+  if (played) {
+    const bool progress = isatty(STDERR_FILENO) && !options.json;
+    const auto start = std::chrono::steady_clock::now();
+    // Paced, the status waits for the field being played; pulled, Receive gives 0 at the end.
+    while (options.realtime ? OmbrixHalTunerGetStatus(tuner) == OMBRIX_HAL_TUNER_STATUS_LOCKED
+                            : OmbrixHalTunerReceive(tuner, kPullBatch) != 0) {
+      if (progress) {
+        showProgress(report, start, false);
+      }
+      if (options.realtime) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+      }
+    }
+    if (progress) {
+      showProgress(report, start, true);
+    }
+  }
+  OmbrixHalFilterClose(filter);
+  OmbrixHalTunerUnregisterPacketHandler(tuner, &report, nullptr);
+  OmbrixHalTunerClose(tuner);
+  if (!played) {
+    throw Failure{"the analog file tuner cannot play it"};
+  }
+  report.damage.strayBytes = report.fileBytes % kRecordSize;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   Options options = parse(argc, argv);
   Report report;
   report.file = options.file;
-  if (const std::string reason = checkFile(report); !reason.empty()) {
+  if (const std::string reason = checkFile(report, options.analog); !reason.empty()) {
     std::fprintf(stderr, "ombrixhal-inspect: %s: %s\n", report.file.c_str(), reason.c_str());
     return 1;
   }
@@ -808,7 +912,11 @@ int main(int argc, char** argv) {
   }
   std::string failure;
   try {
-    inspect(report, options);
+    if (options.analog) {
+      inspectAnalog(report, options);
+    } else {
+      inspect(report, options);
+    }
   } catch (const Failure& caught) {
     failure = caught.reason;
   }
@@ -818,10 +926,10 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "ombrixhal-inspect: %s: %s\n", report.file.c_str(), failure.c_str());
     return 1;
   }
-  if (options.json) {
-    printJson(report);
+  if (options.analog) {
+    options.json ? printAnalogJson(report) : printAnalogText(report);
   } else {
-    printText(report);
+    options.json ? printJson(report) : printText(report);
   }
   // A damaged recording is still reported in full, then named as such.
   if (const std::string damage = report.damage.describe(); !damage.empty()) {
