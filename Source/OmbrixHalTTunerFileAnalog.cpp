@@ -17,8 +17,6 @@
 
 namespace {
 
-constexpr uint32_t kLogTypeMismatch = 0x1008;  // "Tuner type and parameter type do not match"
-
 constexpr const char* kDestroyName = "OmbrixHalTunerFileAnalogDestroy";
 constexpr const char* kSetParameterName = "OmbrixHalTunerFileAnalogSetParameter";
 constexpr const char* kGetParameterName = "OmbrixHalTunerFileAnalogGetParameter";
@@ -27,16 +25,12 @@ constexpr const char* kGetStatusName = "OmbrixHalTunerFileAnalogGetStatus";
 constexpr const char* kReceiveName = "OmbrixHalTunerFileAnalogReceive";
 constexpr const char* kRegisterName = "OmbrixHalTunerFileAnalogRegisterPacketHandler";
 constexpr const char* kUnregisterName = "OmbrixHalTunerFileAnalogUnregisterPacketHandler";
-constexpr const char* kThisName = "This";
-constexpr const char* kTunerParameterName = "aTunerParameter";
 constexpr const char* kFileMode = "rb";
 
 constexpr uint32_t kRecordSize = OMBRIX_HAL_TUNER_FILE_ANALOG_RECORD_SIZE;
 constexpr uint32_t kHandlerCount = OMBRIX_HAL_TUNER_FILE_ANALOG_HANDLER_COUNT;
 constexpr uint32_t kFirstLineOfField1 = 263;
 constexpr uint32_t kPacingThreadPriority = 7;
-constexpr uint32_t kPacingThreadStackSize = 0;  // the platform's default
-constexpr uint32_t kFinishPollMs = 100;
 constexpr uint32_t kTickWrapMs = 1000;  // the field's wait is measured within one second
 constexpr int32_t kSeekStart = 0;
 constexpr int32_t kSeekCurrent = 1;
@@ -61,25 +55,13 @@ struct FileAnalogTuner {
   ombrixhal::Relaxed<const void*> DeliveringThread;
 };
 
-FileAnalogTuner* asFileAnalogTuner(OmbrixHalTunerHandle aThis) noexcept {
-  return ombrixhal::tunerKindOf<FileAnalogTuner>(aThis);
-}
-
-// The exports are also the kind's operation slots; called directly, they check their handle.
 FileAnalogTuner* tunerOf(OmbrixHalTunerHandle aThis, const char* functionName) noexcept {
-  return ombrixhal::isGiven(aThis, functionName, kThisName) ? asFileAnalogTuner(aThis) : nullptr;
+  return ombrixhal::fileTunerOf<FileAnalogTuner>(aThis, functionName);
 }
 
 // Under StateLock.
 OmbrixHalTunerStatus statusOf(const FileAnalogTuner& tuner) noexcept {
-  if (tuner.File == nullptr) {
-    return OMBRIX_HAL_TUNER_STATUS_NOT_LOCKED;
-  }
-  const uint16_t repetitions = tuner.head.Parameter.AnalogFile.Repetitions;
-  if (repetitions != 0 && tuner.RepetitionsDone >= repetitions) {
-    return OMBRIX_HAL_TUNER_STATUS_NOT_LOCKED;
-  }
-  return OMBRIX_HAL_TUNER_STATUS_LOCKED;
+  return ombrixhal::fileStatus(tuner.File, tuner.RepetitionsDone, tuner.head.Parameter.AnalogFile.Repetitions);
 }
 
 // Kept as the line is tagged: the formula reaches 0 to 255 plus multiples of 512, so field 1
@@ -231,14 +213,7 @@ OmbrixHalTunerHandle OmbrixHalTunerFileAnalogCreate(void) noexcept {
     freeTuner(tuner);
     return nullptr;
   }
-  ombrixhal::holdPaceGate(*tuner);
-  // Set before the thread exists, so that it cannot find the flag still clear.
-  tuner->Running = 1;
-  tuner->Thread = OmbrixHalThreadCreate(pace, tuner, kPacingThreadPriority, 0, kPacingThreadStackSize);
-  if (tuner->Thread == nullptr) {
-    tuner->Running = 0;
-    tuner->ThreadFinished.store(1, std::memory_order_relaxed);
-  }
+  ombrixhal::startPacingThread(*tuner, pace, kPacingThreadPriority);
   return &tuner->head;
 }
 
@@ -247,7 +222,7 @@ OmbrixHalBool OmbrixHalTunerFileAnalogDestroy(OmbrixHalTunerHandle This) noexcep
   if (tuner == nullptr) {
     return 0;
   }
-  ombrixhal::stopPacingThread(*tuner, kFinishPollMs);
+  ombrixhal::stopPacingThread(*tuner);
   OmbrixHalFileHandle file = tuner->File;
   if (file != nullptr) {
     OmbrixHalFileClose(file);
@@ -279,12 +254,7 @@ OmbrixHalBool OmbrixHalTunerFileAnalogSetParameter(OmbrixHalTunerHandle This,
   if (tuner == nullptr) {
     return 0;
   }
-  if (!ombrixhal::isGiven(aTunerParameter, kSetParameterName, kTunerParameterName)) {
-    return 0;
-  }
-  // The tuner front passes only analogFile records; a direct caller may pass anything.
-  if (aTunerParameter->Type != OMBRIX_HAL_TUNER_TYPE_ANALOG_FILE) {
-    OmbrixHalLoggerPrint(kSetParameterName, kLogTypeMismatch);
+  if (!ombrixhal::isRecordOfType(aTunerParameter, OMBRIX_HAL_TUNER_TYPE_ANALOG_FILE, kSetParameterName)) {
     return 0;
   }
   // The thread is held for the whole change: it finishes the field it plays first.
@@ -317,21 +287,11 @@ OmbrixHalBool OmbrixHalTunerFileAnalogSetParameter(OmbrixHalTunerHandle This,
 OmbrixHalBool OmbrixHalTunerFileAnalogGetParameter(OmbrixHalTunerHandle This, OmbrixHalTunerParameter* aTunerParameter,
                                                    void* aReserved) noexcept {
   static_cast<void>(aReserved);
-  FileAnalogTuner* tuner = tunerOf(This, kGetParameterName);
-  if (tuner == nullptr) {
-    return 0;
-  }
-  if (!ombrixhal::isGiven(aTunerParameter, kGetParameterName, kTunerParameterName)) {
-    return 0;
-  }
-  StateGuard guard(*tuner);
-  *aTunerParameter = tuner->head.Parameter;
-  return 1;
+  return ombrixhal::copyParameterOut<FileAnalogTuner>(This, aTunerParameter, kGetParameterName);
 }
 
 OmbrixHalTunerType OmbrixHalTunerFileAnalogGetType(OmbrixHalTunerHandle This) noexcept {
-  const FileAnalogTuner* tuner = tunerOf(This, kGetTypeName);
-  return tuner != nullptr ? tuner->head.ParameterType : OMBRIX_HAL_TUNER_TYPE_UNKNOWN;
+  return ombrixhal::fileTunerType<FileAnalogTuner>(This, kGetTypeName);
 }
 
 OmbrixHalTunerStatus OmbrixHalTunerFileAnalogGetStatus(OmbrixHalTunerHandle This) noexcept {

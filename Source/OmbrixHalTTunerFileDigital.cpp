@@ -18,8 +18,6 @@
 
 namespace {
 
-constexpr uint32_t kLogTypeMismatch = 0x1008;  // "Tuner type and parameter type do not match"
-
 constexpr const char* kDestroyName = "OmbrixHalTunerFileDigitalDestroy";
 constexpr const char* kSetParameterName = "OmbrixHalTunerFileDigitalSetParameter";
 constexpr const char* kGetParameterName = "OmbrixHalTunerFileDigitalGetParameter";
@@ -30,8 +28,6 @@ constexpr const char* kRegisterName = "OmbrixHalTunerFileDigitalRegisterPacketHa
 constexpr const char* kUnregisterName = "OmbrixHalTunerFileDigitalUnregisterPacketHandler";
 constexpr const char* kGetSignalStrengthName = "OmbrixHalTunerFileDigitalGetSignalStrength";
 constexpr const char* kGetSignalQualityName = "OmbrixHalTunerFileDigitalGetSignalQuality";
-constexpr const char* kThisName = "This";
-constexpr const char* kTunerParameterName = "aTunerParameter";
 constexpr const char* kFileMode = "rb";
 
 constexpr uint32_t kPacketSize = 188;
@@ -39,9 +35,7 @@ constexpr uint8_t kSyncByte = 0x47;
 constexpr uint32_t kChunkSize = OMBRIX_HAL_TUNER_FILE_DIGITAL_CHUNK_SIZE;
 constexpr uint32_t kHandlerCount = OMBRIX_HAL_TUNER_FILE_DIGITAL_HANDLER_COUNT;
 constexpr uint32_t kPacingThreadPriority = 15;
-constexpr uint32_t kPacingThreadStackSize = 0;  // the platform's default
 constexpr uint32_t kCycleMs = 10;               // one cycle of the fast pace
-constexpr uint32_t kFinishPollMs = 100;
 constexpr int32_t kSeekStart = 0;
 constexpr int32_t kSeekCurrent = 1;
 
@@ -88,21 +82,13 @@ FileDigitalTuner* asFileDigitalTuner(OmbrixHalTunerHandle aThis) noexcept {
   return ombrixhal::tunerKindOf<FileDigitalTuner>(aThis);
 }
 
-// The exports are also the kind's operation slots; called directly, they check their handle.
 FileDigitalTuner* tunerOf(OmbrixHalTunerHandle aThis, const char* functionName) noexcept {
-  return ombrixhal::isGiven(aThis, functionName, kThisName) ? asFileDigitalTuner(aThis) : nullptr;
+  return ombrixhal::fileTunerOf<FileDigitalTuner>(aThis, functionName);
 }
 
 // Under StateLock.
 OmbrixHalTunerStatus statusOf(const FileDigitalTuner& tuner) noexcept {
-  if (tuner.File == nullptr) {
-    return OMBRIX_HAL_TUNER_STATUS_NOT_LOCKED;
-  }
-  const uint16_t repetitions = tuner.head.Parameter.DigitalFile.Repetitions;
-  if (repetitions != 0 && tuner.RepetitionsDone >= repetitions) {
-    return OMBRIX_HAL_TUNER_STATUS_NOT_LOCKED;
-  }
-  return OMBRIX_HAL_TUNER_STATUS_LOCKED;
+  return ombrixhal::fileStatus(tuner.File, tuner.RepetitionsDone, tuner.head.Parameter.DigitalFile.Repetitions);
 }
 
 // Finds the first offset below 188 that holds a sync byte with another 188 bytes on, and
@@ -347,14 +333,7 @@ OmbrixHalTunerHandle OmbrixHalTunerFileDigitalCreate(void) noexcept {
     freeTuner(tuner);
     return nullptr;
   }
-  ombrixhal::holdPaceGate(*tuner);
-  // Set before the thread exists, so that it cannot find the flag still clear.
-  tuner->Running = 1;
-  tuner->Thread = OmbrixHalThreadCreate(pace, tuner, kPacingThreadPriority, 0, kPacingThreadStackSize);
-  if (tuner->Thread == nullptr) {
-    tuner->Running = 0;
-    tuner->ThreadFinished.store(1, std::memory_order_relaxed);
-  }
+  ombrixhal::startPacingThread(*tuner, pace, kPacingThreadPriority);
   return &tuner->head;
 }
 
@@ -363,7 +342,7 @@ OmbrixHalBool OmbrixHalTunerFileDigitalDestroy(OmbrixHalTunerHandle This) noexce
   if (tuner == nullptr) {
     return 0;
   }
-  ombrixhal::stopPacingThread(*tuner, kFinishPollMs);
+  ombrixhal::stopPacingThread(*tuner);
   if (tuner->Thread != nullptr) {
     // Kept: this platform cannot destroy a thread, which warns; the thread has ended anyway.
     OmbrixHalThreadDestroy(tuner->Thread);
@@ -389,12 +368,7 @@ OmbrixHalBool OmbrixHalTunerFileDigitalSetParameter(OmbrixHalTunerHandle This,
   if (tuner == nullptr) {
     return 0;
   }
-  if (!ombrixhal::isGiven(aTunerParameter, kSetParameterName, kTunerParameterName)) {
-    return 0;
-  }
-  // The tuner front passes only digitalFile records; a direct caller may pass anything.
-  if (aTunerParameter->Type != OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE) {
-    OmbrixHalLoggerPrint(kSetParameterName, kLogTypeMismatch);
+  if (!ombrixhal::isRecordOfType(aTunerParameter, OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE, kSetParameterName)) {
     return 0;
   }
   // The thread is held for the whole change: it finishes its cycle on the old play first.
@@ -426,23 +400,13 @@ OmbrixHalBool OmbrixHalTunerFileDigitalSetParameter(OmbrixHalTunerHandle This,
 }
 
 OmbrixHalBool OmbrixHalTunerFileDigitalGetParameter(OmbrixHalTunerHandle This, OmbrixHalTunerParameter* aTunerParameter,
-                                                    void* aReserved) noexcept {
+                                                   void* aReserved) noexcept {
   static_cast<void>(aReserved);
-  FileDigitalTuner* tuner = tunerOf(This, kGetParameterName);
-  if (tuner == nullptr) {
-    return 0;
-  }
-  if (!ombrixhal::isGiven(aTunerParameter, kGetParameterName, kTunerParameterName)) {
-    return 0;
-  }
-  StateGuard guard(*tuner);
-  *aTunerParameter = tuner->head.Parameter;
-  return 1;
+  return ombrixhal::copyParameterOut<FileDigitalTuner>(This, aTunerParameter, kGetParameterName);
 }
 
 OmbrixHalTunerType OmbrixHalTunerFileDigitalGetType(OmbrixHalTunerHandle This) noexcept {
-  const FileDigitalTuner* tuner = tunerOf(This, kGetTypeName);
-  return tuner != nullptr ? tuner->head.ParameterType : OMBRIX_HAL_TUNER_TYPE_UNKNOWN;
+  return ombrixhal::fileTunerType<FileDigitalTuner>(This, kGetTypeName);
 }
 
 OmbrixHalTunerStatus OmbrixHalTunerFileDigitalGetStatus(OmbrixHalTunerHandle This) noexcept {

@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "OmbrixHalToolCrc32.h"
+
 namespace {
 
 using Bytes = std::vector<uint8_t>;
@@ -71,17 +73,6 @@ const Service kServices[] = {
      .following = {"Film: The Long Tide", "A drama at sea.", 12 * 60 + 45, 105}},
 };
 
-uint32_t crc32(const uint8_t* data, size_t length) {
-  uint32_t crc = 0xffffffffu;
-  for (size_t i = 0; i < length; ++i) {
-    crc ^= static_cast<uint32_t>(data[i]) << 24;
-    for (int bit = 0; bit < 8; ++bit) {
-      crc = crc & 0x80000000u ? crc << 1 ^ 0x04c11db7u : crc << 1;
-    }
-  }
-  return crc;
-}
-
 void put16(Bytes& bytes, uint32_t value) {
   bytes.push_back(static_cast<uint8_t>(value >> 8));
   bytes.push_back(static_cast<uint8_t>(value));
@@ -111,7 +102,7 @@ Bytes finishSection(Bytes section, bool withCrc) {
   section[1] = static_cast<uint8_t>((section[1] & 0xf0) | (length >> 8));
   section[2] = static_cast<uint8_t>(length);
   if (withCrc) {
-    const uint32_t crc = crc32(section.data(), section.size());
+    const uint32_t crc = sectionCrc32(section.data(), section.size());
     for (int shift = 24; shift >= 0; shift -= 8) {
       section.push_back(static_cast<uint8_t>(crc >> shift));
     }

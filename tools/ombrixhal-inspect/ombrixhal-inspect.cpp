@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "OmbrixHal.h"
+#include "OmbrixHalToolCrc32.h"
 
 namespace {
 
@@ -60,19 +61,6 @@ uint32_t lengthAt(const uint8_t* bytes) {
 }
 uint32_t bcd(uint8_t value) {
   return (value >> 4) * 10u + (value & 0x0fu);
-}
-
-// The table's CRC-32 (MPEG-2), for the one table the HAL cannot check: the TOT shares its PID
-// with the TDT, which has no CRC, and clients of one PID share the first client's CRC setting.
-uint32_t crc32(const uint8_t* data, size_t length) {
-  uint32_t crc = 0xffffffffu;
-  for (size_t i = 0; i < length; ++i) {
-    crc ^= static_cast<uint32_t>(data[i]) << 24;
-    for (int bit = 0; bit < 8; ++bit) {
-      crc = crc & 0x80000000u ? crc << 1 ^ 0x04c11db7u : crc << 1;
-    }
-  }
-  return crc;
 }
 
 // A DVB time: modified Julian date, then hours, minutes and seconds in BCD.
@@ -298,7 +286,9 @@ void readTime(Report& report, uint32_t, const uint8_t* section, uint32_t length)
   }
   if (section[0] == kTotTable) {
     ++report.tots;
-    if (crc32(section, length) != 0) {
+    // The one table the HAL cannot check here: the TDT beside it has no CRC, and the clients of
+    // a PID share the first one's CRC setting.
+    if (sectionCrc32(section, length) != 0) {
       ++report.totCrcErrors;
       return;
     }
