@@ -6,8 +6,8 @@
 #include <thread>
 
 #include "OmbrixHalFakeClock.h"
+#include "OmbrixHalFakeFilter.h"
 #include "OmbrixHalStreamBuilder.h"
-#include "OmbrixHalTFilterHead.h"
 
 namespace ombrixhal::test {
 namespace {
@@ -137,23 +137,14 @@ TEST_F(FileAnalogPulledPlay, GivesARecordPerReceiveAcrossFieldsAndLosesThePartia
   EXPECT_EQ(log.countContaining("Function not supported: 'OmbrixHalTunerGetSignalStrength'"), 1u);
 }
 
-// A filter known to the library, counting its resets.
-struct CountingFilter {
-  OmbrixHalFilterHead head;
-  int resets;
-};
-
 TEST_F(FileAnalogPulledPlay, ResetsTheLiveFiltersAmongTheContextsAtSetAndAtEveryRewind) {
-  CountingFilter filter{};
-  filter.head.operations.Reset = [](OmbrixHalFilterHandle f) { ++reinterpret_cast<CountingFilter*>(f)->resets; };
-  addLiveFilter(&filter.head);
+  CountingFilter filter;
   const OmbrixHalTunerPacketHandler ignore = [](void*, const uint8_t*, uint32_t, void*) {};
   ASSERT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, ignore, &filter.head), 1);
   ASSERT_EQ(play(recordsOf({10}), ", repetitions=0"), 1);
   EXPECT_EQ(filter.resets, 1);
   EXPECT_EQ(OmbrixHalTunerReceive(tuner, 3), 1);
   EXPECT_EQ(filter.resets, 3);
-  removeLiveFilter(&filter.head);
 }
 
 TEST_F(FileAnalogPulledPlay, AMissingFileFailsAndNothingPlays) {

@@ -6,8 +6,8 @@
 #include <mutex>
 #include <thread>
 
+#include "OmbrixHalFakeFilter.h"
 #include "OmbrixHalStreamBuilder.h"
-#include "OmbrixHalTFilterHead.h"
 #include "OmbrixHalTestFixture.h"
 
 namespace ombrixhal::test {
@@ -228,16 +228,8 @@ TEST_F(FileDigitalHandlers, HoldSixtyFourInTableOrderAndMayChangeDuringDelivery)
   EXPECT_EQ(std::vector(calls.begin(), calls.begin() + 4), (std::vector{5, 1, 64, 3}));
 }
 
-// A filter known to the library, counting its resets.
-struct CountingFilter {
-  OmbrixHalFilterHead head;
-  int resets;
-};
-
 TEST_F(FileDigitalHandlers, ResetTheLiveFiltersAmongTheContextsAtEverySync) {
-  CountingFilter filter{};
-  filter.head.operations.Reset = [](OmbrixHalFilterHandle f) { ++reinterpret_cast<CountingFilter*>(f)->resets; };
-  addLiveFilter(&filter.head);
+  CountingFilter filter;
   // A context that is no filter, smaller than a filter head: the reset must not look into it.
   auto* notAFilter = static_cast<uint8_t*>(OmbrixHalMemoryAllocate(1));
   const OmbrixHalTunerPacketHandler ignore = [](void*, const uint8_t*, uint32_t, void*) {};

@@ -13,6 +13,21 @@
 
 namespace ombrixhal::test {
 
+// A live filter, as the library knows its filters, counting its resets: what a file tuner
+// resets at every start of its play.
+struct CountingFilter {
+  OmbrixHalFilterHead head{};
+  int resets = 0;
+
+  CountingFilter() {
+    head.operations.Reset = [](OmbrixHalFilterHandle f) { ++reinterpret_cast<CountingFilter*>(f)->resets; };
+    addLiveFilter(&head);
+  }
+  ~CountingFilter() { removeLiveFilter(&head); }
+  CountingFilter(const CountingFilter&) = delete;
+  CountingFilter& operator=(const CountingFilter&) = delete;
+};
+
 struct FakeParentFilter {
   OmbrixHalFilterHead head;
   OmbrixHalFilterHandler input;
