@@ -1,8 +1,9 @@
 // ombrixhal-inspect: what the HAL hands a middleware from a recording. Plays a transport stream
 // through a "digitalFile" tuner with the filters a middleware opens (sections of the PAT, the
 // PMTs, the SDT, the EIT present/following and the TDT/TOT; PES of every elementary stream; PCR;
-// teletext) and prints the services, events, time, counts and teletext pages it received. Uses
-// the public C API only, as a middleware does.
+// teletext) and prints the services, events, time, counts and teletext pages it received; or
+// plays analog line records through an "analogFile" tuner and its teletext filter. Uses the
+// public C API only, as a middleware does.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -106,7 +107,7 @@ struct Event {
 struct Service {
   uint32_t number = 0;
   uint32_t pmtPid = 0;
-  uint32_t pcrPid = 0x1fff;
+  uint32_t pcrPid = kNullPid;
   std::string name;
   std::string provider;
   std::vector<Stream> streams;
@@ -119,7 +120,6 @@ struct PidCounts {
   uint64_t packets = 0;
   uint64_t sections = 0;
   uint64_t pes = 0;
-  uint64_t pesBytes = 0;
   uint64_t teletextLines = 0;
   uint32_t crcErrors = 0;
   int lastCounter = -1;  // continuity counter of the last packet with payload
@@ -205,6 +205,21 @@ struct FilterContext {
 
 using SectionReader = void (*)(Report&, uint32_t pid, const uint8_t* section, uint32_t length);
 
+// Calls read(tag, body, size) for each descriptor of the loop from `at` to `end` that fits in
+// it, and stops at one that does not: a section may pass its CRC and still be malformed.
+template <typename Read>
+void forEachDescriptor(const uint8_t* section, uint32_t at, uint32_t end, Read read) {
+  while (at + 2 <= end && at + 2 + section[at + 1] <= end) {
+    read(section[at], section + at + 2, uint32_t{section[at + 1]});
+    at += 2 + section[at + 1];
+  }
+}
+
+// The end of a section's loops: its CRC.
+uint32_t bodyEnd(uint32_t length) {
+  return length - 4;
+}
+
 void readPat(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
   if (section[0] != kPatTable) {
     return;
@@ -231,31 +246,41 @@ void readPmt(Report& report, uint32_t, const uint8_t* section, uint32_t length) 
   }
   service->described = true;
   service->pcrPid = pidAt(section + 8);
-  for (uint32_t at = 12 + lengthAt(section + 10); at + 5 + 4 <= length;) {
+  for (uint32_t at = 12 + lengthAt(section + 10); at + 5 <= bodyEnd(length);) {
     const uint32_t descriptorsEnd = at + 5 + lengthAt(section + at + 3);
     Stream stream{.pid = pidAt(section + at + 1), .type = section[at], .teletext = false};
-    for (uint32_t d = at + 5; d + 2 <= descriptorsEnd && d + 2 <= length - 4; d += 2 + section[d + 1]) {
-      stream.teletext = stream.teletext || (stream.type == kPrivateDataStreamType && section[d] == kTeletextDescriptor);
-    }
+    forEachDescriptor(section, at + 5, std::min(descriptorsEnd, bodyEnd(length)),
+                      [&stream](uint8_t tag, const uint8_t*, uint32_t) {
+                        stream.teletext = stream.teletext || (stream.type == kPrivateDataStreamType && tag == kTeletextDescriptor);
+                      });
     service->streams.push_back(stream);
     at = descriptorsEnd;
   }
+}
+
+// Service type, provider name, service name.
+void readServiceDescriptor(Service& service, const uint8_t* body, uint32_t size) {
+  const uint32_t providerLength = size >= 2 ? body[1] : size;
+  if (2 + providerLength + 1 > size || 3 + providerLength + body[2 + providerLength] > size) {
+    return;
+  }
+  service.provider = dvbText(body + 2, providerLength);
+  service.name = dvbText(body + 3 + providerLength, body[2 + providerLength]);
 }
 
 void readSdt(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
   if (section[0] != kSdtActualTable) {
     return;  // SDT other and BAT share the PID
   }
-  for (uint32_t at = 11; at + 5 + 4 <= length;) {
+  for (uint32_t at = 11; at + 5 <= bodyEnd(length);) {
     const uint32_t end = at + 5 + lengthAt(section + at + 3);
     Service* service = report.service(static_cast<uint32_t>(section[at] << 8 | section[at + 1]));
-    for (uint32_t d = at + 5; service != nullptr && d + 2 <= end && d + 2 <= length - 4; d += 2 + section[d + 1]) {
-      if (section[d] == kServiceDescriptor && d + 4 <= length - 4) {
-        const uint32_t providerLength = section[d + 3];
-        service->provider = dvbText(section + d + 4, providerLength);
-        service->name = dvbText(section + d + 5 + providerLength, section[d + 4 + providerLength]);
-      }
-    }
+    forEachDescriptor(section, at + 5, std::min(end, bodyEnd(length)),
+                      [service](uint8_t tag, const uint8_t* body, uint32_t size) {
+                        if (service != nullptr && tag == kServiceDescriptor) {
+                          readServiceDescriptor(*service, body, size);
+                        }
+                      });
     at = end;
   }
 }
@@ -272,16 +297,17 @@ void readEit(Report& report, uint32_t, const uint8_t* section, uint32_t length) 
   const uint8_t* first = section + 14;
   event.start = dvbTime(first + 2);
   event.durationSeconds = bcd(first[7]) * 3600 + bcd(first[8]) * 60 + bcd(first[9]);
-  const uint32_t end = std::min(14 + 12 + lengthAt(first + 10), length - 4);
-  for (uint32_t d = 14 + 12; d + 2 <= end; d += 2 + section[d + 1]) {
-    if (section[d] == kShortEventDescriptor && d + 6 <= end) {
-      event.name = dvbText(section + d + 6, std::min<uint32_t>(section[d + 5], end - d - 6));
-    }
-  }
+  // A short event descriptor: language, then the event's name (and its text).
+  forEachDescriptor(section, 14 + 12, std::min(14 + 12 + lengthAt(first + 10), bodyEnd(length)),
+                    [&event](uint8_t tag, const uint8_t* body, uint32_t size) {
+                      if (tag == kShortEventDescriptor && size >= 4) {
+                        event.name = dvbText(body + 4, std::min(uint32_t{body[3]}, size - 4));
+                      }
+                    });
 }
 
 void readTime(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
-  if (length < 8 || (section[0] != kTdtTable && section[0] != kTotTable)) {
+  if (section[0] != kTdtTable && section[0] != kTotTable) {
     return;
   }
   if (section[0] == kTotTable) {
@@ -310,11 +336,9 @@ void onSection(OmbrixHalFilterHandle, const uint8_t* aSection, uint32_t aLength,
   }
 }
 
-void onPes(OmbrixHalFilterHandle, const uint8_t*, uint32_t aLength, void* aContext) {
+void onPes(OmbrixHalFilterHandle, const uint8_t*, uint32_t, void* aContext) {
   auto& context = *static_cast<FilterContext*>(aContext);
-  PidCounts& counts = context.report->pids[context.pid];
-  ++counts.pes;
-  counts.pesBytes += aLength;
+  ++context.report->pids[context.pid].pes;
 }
 
 void onPcr(OmbrixHalFilterHandle, const uint8_t* aRecord, uint32_t aLength, void* aContext) {
@@ -527,7 +551,7 @@ double bitrate(const Report& report) {
 
 // For paced play: the rate from the first PCRs of the first service.
 double measureBitrate(OmbrixHalTunerHandle tuner, Report& report) {
-  if (report.services.empty() || report.services[0].pcrPid == 0x1fff) {
+  if (report.services.empty() || report.services[0].pcrPid == kNullPid) {
     return 0;
   }
   Filters filters(tuner, report);
@@ -566,7 +590,7 @@ void play(OmbrixHalTunerHandle tuner, Report& report, const Options& options) {
       filters.open(stream.teletext ? OMBRIX_HAL_FILTER_TYPE_TELETEXT : OMBRIX_HAL_FILTER_TYPE_PES, stream.pid,
                    stream.teletext ? onTeletext : onPes);
     }
-    if (service.pcrPid != 0x1fff && !pcrPids[service.pcrPid]) {
+    if (service.pcrPid != kNullPid && !pcrPids[service.pcrPid]) {
       pcrPids[service.pcrPid] = true;
       filters.open(OMBRIX_HAL_FILTER_TYPE_PCR, service.pcrPid, onPcr);
     }
