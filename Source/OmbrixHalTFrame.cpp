@@ -45,7 +45,9 @@ OmbrixHalBool OmbrixHalInit_(const OmbrixHalInitParameter* aParameter, const cha
   OmbrixHalClockInit();
   OmbrixHalThreadInit();
   OmbrixHalConsoleInit();
+  OmbrixHalCiInit();
   OmbrixHalFileInit();
+  OmbrixHalFrontDisplayInit();
   OmbrixHalKeyEventInit();
   OmbrixHalTimerInit();
 
@@ -63,7 +65,9 @@ OmbrixHalBool OmbrixHalDone(void) noexcept {
   // Exactly the reverse of the start-up order.
   OmbrixHalTimerDone();
   OmbrixHalKeyEventDone();
+  OmbrixHalFrontDisplayDone();
   OmbrixHalFileDone();
+  OmbrixHalCiDone();
   OmbrixHalConsoleDone();
   OmbrixHalThreadDone();
   OmbrixHalClockDone();

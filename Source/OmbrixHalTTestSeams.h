@@ -15,6 +15,8 @@ extern GetInterfaceFunction<OmbrixHalMemoryPlatformInterface> memoryPlatformGetI
 extern GetInterfaceFunction<OmbrixHalClockPlatformInterface> clockPlatformGetInterface;
 extern GetInterfaceFunction<OmbrixHalThreadPlatformInterface> threadPlatformGetInterface;
 extern GetInterfaceFunction<OmbrixHalConsolePlatformInterface> consolePlatformGetInterface;
+extern GetInterfaceFunction<OmbrixHalCiPlatformInterface> ciPlatformGetInterface;
+extern GetInterfaceFunction<OmbrixHalFrontDisplayPlatformInterface> frontDisplayPlatformGetInterface;
 extern GetInterfaceFunction<OmbrixHalKeyEventPlatformInterface> keyEventPlatformGetInterface;
 
 // Where OmbrixHalTunerOpen creates the kinds it has no create function of its own for; starts

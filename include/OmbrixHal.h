@@ -2,6 +2,7 @@
 #ifndef OMBRIX_HAL_H
 #define OMBRIX_HAL_H
 
+#include "OmbrixHalCi.h"
 #include "OmbrixHalClock.h"
 #include "OmbrixHalConsole.h"
 #include "OmbrixHalCriticalSection.h"
@@ -15,6 +16,7 @@
 #include "OmbrixHalFilterTsToPes.h"
 #include "OmbrixHalFilterTsToSection.h"
 #include "OmbrixHalFrame.h"
+#include "OmbrixHalFrontDisplay.h"
 #include "OmbrixHalKeyEvent.h"
 #include "OmbrixHalLogger.h"
 #include "OmbrixHalMapFilter.h"
