@@ -50,6 +50,7 @@ OmbrixHalBool OmbrixHalInit_(const OmbrixHalInitParameter* aParameter, const cha
   OmbrixHalFrontDisplayInit();
   OmbrixHalKeyEventInit();
   OmbrixHalTimerInit();
+  OmbrixHalUartInit();
 
   if (platform.PostInit != nullptr) {
     result = (result && platform.PostInit(parameter.PlatformArgument)) ? 1 : 0;
@@ -63,6 +64,7 @@ OmbrixHalBool OmbrixHalDone(void) noexcept {
     return 0;
   }
   // Exactly the reverse of the start-up order.
+  OmbrixHalUartDone();
   OmbrixHalTimerDone();
   OmbrixHalKeyEventDone();
   OmbrixHalFrontDisplayDone();

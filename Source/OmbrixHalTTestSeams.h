@@ -18,6 +18,7 @@ extern GetInterfaceFunction<OmbrixHalConsolePlatformInterface> consolePlatformGe
 extern GetInterfaceFunction<OmbrixHalCiPlatformInterface> ciPlatformGetInterface;
 extern GetInterfaceFunction<OmbrixHalFrontDisplayPlatformInterface> frontDisplayPlatformGetInterface;
 extern GetInterfaceFunction<OmbrixHalKeyEventPlatformInterface> keyEventPlatformGetInterface;
+extern GetInterfaceFunction<OmbrixHalUartPlatformInterface> uartPlatformGetInterface;
 
 // Where OmbrixHalTunerOpen creates the kinds it has no create function of its own for; starts
 // at OmbrixHalTunerFactoryCreateTuner. Tests put a fake tuner kind here.

@@ -26,6 +26,7 @@
 #include "OmbrixHalTuner.h"
 #include "OmbrixHalTunerFileDigital.h"
 #include "OmbrixHalTypes.h"
+#include "OmbrixHalUart.h"
 #include "OmbrixHalVersion.h"
 
 #endif

@@ -14,9 +14,9 @@ constexpr OmbrixHalInitParameter kCheckedStart = {1, 1};
 // What the replaced platform getters and slots saw, in order.
 std::vector<std::string> calls;
 
-enum Module { kCriticalSection, kMemory, kClock, kThread, kConsole, kCi, kFrontDisplay, kKeyEvent };
-constexpr const char* kModuleNames[] = {"CriticalSection", "Memory", "Clock",        "Thread",
-                                        "Console",         "Ci",     "FrontDisplay", "KeyEvent"};
+enum Module { kCriticalSection, kMemory, kClock, kThread, kConsole, kCi, kFrontDisplay, kKeyEvent, kUart };
+constexpr const char* kModuleNames[] = {"CriticalSection", "Memory",       "Clock",    "Thread", "Console",
+                                        "Ci",              "FrontDisplay", "KeyEvent", "Uart"};
 
 // The real platform table, with a post-init that records its argument and fails.
 OmbrixHalBool recordingFrameGetInterface(OmbrixHalPlatformInterface* aInterface) noexcept {
@@ -53,6 +53,7 @@ struct RecordingModules {
   Recording<OmbrixHalCiPlatformInterface, kCi> ci{seam::ciPlatformGetInterface};
   Recording<OmbrixHalFrontDisplayPlatformInterface, kFrontDisplay> frontDisplay{seam::frontDisplayPlatformGetInterface};
   Recording<OmbrixHalKeyEventPlatformInterface, kKeyEvent> keyEvent{seam::keyEventPlatformGetInterface};
+  Recording<OmbrixHalUartPlatformInterface, kUart> uart{seam::uartPlatformGetInterface};
 };
 
 using FrameLifecycle = LoggedTest;
@@ -71,9 +72,9 @@ TEST_F(FrameLifecycle, InitBringsModulesUpInOrderOnceAndDoneTakesThemDownInRever
   const std::vector<std::string> expected = {
       "frame table", "init KeyEvent",
       "init CriticalSection", "init Memory", "init Clock", "init Thread", "init Console", "init Ci",
-      "init FrontDisplay", "init KeyEvent",
+      "init FrontDisplay", "init KeyEvent", "init Uart",
       "post-init 42",
-      "done KeyEvent", "done FrontDisplay", "done Ci", "done Console", "done Thread", "done Clock",
+      "done Uart", "done KeyEvent", "done FrontDisplay", "done Ci", "done Console", "done Thread", "done Clock",
       "done Memory", "done CriticalSection"};
   EXPECT_EQ(calls, expected);
 }
