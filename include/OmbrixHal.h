@@ -2,6 +2,7 @@
 #ifndef OMBRIX_HAL_H
 #define OMBRIX_HAL_H
 
+#include "OmbrixHalAppDsub.h"
 #include "OmbrixHalCi.h"
 #include "OmbrixHalClock.h"
 #include "OmbrixHalConsole.h"
@@ -21,6 +22,7 @@
 #include "OmbrixHalLogger.h"
 #include "OmbrixHalMapFilter.h"
 #include "OmbrixHalMemory.h"
+#include "OmbrixHalPower.h"
 #include "OmbrixHalThread.h"
 #include "OmbrixHalTimer.h"
 #include "OmbrixHalTuner.h"
