@@ -62,7 +62,8 @@ TEST_F(CiPlatform, PassesEveryArgumentOnAndReturnsTheSlotsAnswerOrZeroWithoutOne
       .IsModuleInserted = [](uint32_t aSlot) -> OmbrixHalBool { return aSlot == 1 ? 1 : 0; },
       .EnableTsRouting = [](uint32_t aSlot) -> OmbrixHalBool { return aSlot == 0 ? 1 : 0; },
       .DisableTsRouting = [](uint32_t aSlot) -> OmbrixHalBool { return aSlot == 1 ? 1 : 0; },
-      .ReadAttributeMemory = [](uint32_t aSlot, uint32_t aAddress, uint8_t* aBuffer, uint32_t aLength) -> OmbrixHalBool {
+      .ReadAttributeMemory = [](uint32_t aSlot, uint32_t aAddress, uint8_t* aBuffer,
+                                uint32_t aLength) -> OmbrixHalBool {
         record("read memory " + std::to_string(aSlot) + " " + std::to_string(aAddress) + " " + std::to_string(aLength));
         aBuffer[0] = 0x1d;
         return 1;

@@ -36,48 +36,30 @@ std::vector<Operation> operations() {
 // What the slots of the working panel saw, one entry per call.
 std::vector<std::string> slotCalls;
 
-void record(const std::string& call) { slotCalls.push_back(call); }
+// Records a slot's call; the slot succeeds.
+OmbrixHalBool record(const std::string& call) {
+  slotCalls.push_back(call);
+  return 1;
+}
 
-// A panel whose every slot records its call and succeeds.
+// A panel whose every slot records its call with what it is handed.
 void fillWorkingPanel(OmbrixHalFrontDisplayPlatformInterface& table) {
-  table.GetSize = [](uint32_t* aNoOfLines, uint32_t* aNoOfColumns) -> OmbrixHalBool {
-    record("GetSize");
-    *aNoOfLines = 2;
-    *aNoOfColumns = 16;
-    return 1;
+  using std::to_string;
+  table.GetSize = [](uint32_t*, uint32_t*) { return record("GetSize"); };
+  table.SetString = [](uint32_t aLine, uint32_t aColumn, const uint16_t* aString) {
+    return record("SetString " + to_string(aLine) + " " + to_string(aColumn) + " " + to_string(aString[0]));
   };
-  table.SetString = [](uint32_t aLine, uint32_t aColumn, const uint16_t* aString) -> OmbrixHalBool {
-    record("SetString " + std::to_string(aLine) + " " + std::to_string(aColumn) + " " + std::to_string(aString[0]));
-    return 1;
+  table.GetString = [](uint32_t aLine, uint16_t*, uint32_t aSize) {
+    return record("GetString " + to_string(aLine) + " " + to_string(aSize));
   };
-  table.GetString = [](uint32_t aLine, uint16_t*, uint32_t aBufferSize) -> OmbrixHalBool {
-    record("GetString " + std::to_string(aLine) + " " + std::to_string(aBufferSize));
-    return 1;
+  table.SetBrightness = [](uint32_t aBrightness) { return record("SetBrightness " + to_string(aBrightness)); };
+  table.GetBrightness = [](uint32_t*) { return record("GetBrightness"); };
+  table.SetIcons = [](const uint32_t* aIcons, uint32_t aCount) {
+    return record("SetIcons " + to_string(aIcons[0]) + " " + to_string(aCount));
   };
-  table.SetBrightness = [](uint32_t aBrightness) -> OmbrixHalBool {
-    record("SetBrightness " + std::to_string(aBrightness));
-    return 1;
-  };
-  table.GetBrightness = [](uint32_t*) -> OmbrixHalBool {
-    record("GetBrightness");
-    return 1;
-  };
-  table.SetIcons = [](const uint32_t* aIcons, uint32_t aNoOfIcons) -> OmbrixHalBool {
-    record("SetIcons " + std::to_string(aIcons[0]) + " " + std::to_string(aNoOfIcons));
-    return 1;
-  };
-  table.GetIcons = [](uint32_t*, uint32_t aIconsSize) -> OmbrixHalBool {
-    record("GetIcons " + std::to_string(aIconsSize));
-    return 1;
-  };
-  table.AddIcons = [](const uint32_t*, uint32_t aNoOfIcons) -> OmbrixHalBool {
-    record("AddIcons " + std::to_string(aNoOfIcons));
-    return 1;
-  };
-  table.RemoveIcons = [](const uint32_t*, uint32_t aNoOfIcons) -> OmbrixHalBool {
-    record("RemoveIcons " + std::to_string(aNoOfIcons));
-    return 1;
-  };
+  table.GetIcons = [](uint32_t*, uint32_t aSize) { return record("GetIcons " + to_string(aSize)); };
+  table.AddIcons = [](const uint32_t*, uint32_t aCount) { return record("AddIcons " + to_string(aCount)); };
+  table.RemoveIcons = [](const uint32_t*, uint32_t aCount) { return record("RemoveIcons " + to_string(aCount)); };
 }
 
 class WorkingFrontDisplay : public HalTest {

@@ -124,13 +124,5 @@ TEST_F(UartTest, WriteAsksTheReadSlotWhetherItIsSupported) {
   EXPECT_TRUE(slotCalls.empty()) << ::testing::PrintToString(slotCalls);
 }
 
-TEST_F(UartTest, DoneLeavesNothingSupported) {
-  offer(kWorkingPort);
-  OmbrixHalUartDone();
-  EXPECT_EQ(OmbrixHalUartOpen(kSettings, 3), nullptr);
-  EXPECT_EQ(log.lines(), std::vector{warning("OmbrixHalUartOpen", "Function not supported 'OmbrixHalUartOpen'")});
-  EXPECT_TRUE(slotCalls.empty());
-}
-
 }  // namespace
 }  // namespace ombrixhal::test
