@@ -45,9 +45,12 @@ OmbrixHalBool OmbrixHalInit_(const OmbrixHalInitParameter* aParameter, const cha
   OmbrixHalClockInit();
   OmbrixHalThreadInit();
   OmbrixHalConsoleInit();
+  OmbrixHalCiInit();
   OmbrixHalFileInit();
+  OmbrixHalFrontDisplayInit();
   OmbrixHalKeyEventInit();
   OmbrixHalTimerInit();
+  OmbrixHalUartInit();
 
   if (platform.PostInit != nullptr) {
     result = (result && platform.PostInit(parameter.PlatformArgument)) ? 1 : 0;
@@ -61,9 +64,12 @@ OmbrixHalBool OmbrixHalDone(void) noexcept {
     return 0;
   }
   // Exactly the reverse of the start-up order.
+  OmbrixHalUartDone();
   OmbrixHalTimerDone();
   OmbrixHalKeyEventDone();
+  OmbrixHalFrontDisplayDone();
   OmbrixHalFileDone();
+  OmbrixHalCiDone();
   OmbrixHalConsoleDone();
   OmbrixHalThreadDone();
   OmbrixHalClockDone();

@@ -66,6 +66,26 @@ bool isSupported(Slot slot, const char* functionName, const char* notSupportedTe
   return true;
 }
 
+// Module convention: a bad argument is logged as an error in the module's own words (the
+// arguments fill the text's conversions), and the operation fails.
+template <typename... Arguments>
+bool isLegal(bool legal, const char* functionName, const char* illegalText, Arguments... arguments) noexcept {
+  if (!legal) {
+    OmbrixHalLoggerPrintf(functionName, kLogError, illegalText, arguments...);
+  }
+  return legal;
+}
+
+// Module convention: what an operation that changes something did, as an info on success and
+// an error on failure; the arguments fill either text's conversions.
+template <typename... Arguments>
+OmbrixHalBool reportOutcome(OmbrixHalBool result, const char* functionName, const char* succeededText,
+                            const char* failedText, Arguments... arguments) noexcept {
+  OmbrixHalLoggerPrintf(functionName, result ? kLogInfo : kLogError, result ? succeededText : failedText,
+                        arguments...);
+  return result;
+}
+
 template <typename Interface>
 using GetInterfaceFunction = OmbrixHalBool (*)(Interface*) noexcept;
 

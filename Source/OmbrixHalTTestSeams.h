@@ -15,7 +15,10 @@ extern GetInterfaceFunction<OmbrixHalMemoryPlatformInterface> memoryPlatformGetI
 extern GetInterfaceFunction<OmbrixHalClockPlatformInterface> clockPlatformGetInterface;
 extern GetInterfaceFunction<OmbrixHalThreadPlatformInterface> threadPlatformGetInterface;
 extern GetInterfaceFunction<OmbrixHalConsolePlatformInterface> consolePlatformGetInterface;
+extern GetInterfaceFunction<OmbrixHalCiPlatformInterface> ciPlatformGetInterface;
+extern GetInterfaceFunction<OmbrixHalFrontDisplayPlatformInterface> frontDisplayPlatformGetInterface;
 extern GetInterfaceFunction<OmbrixHalKeyEventPlatformInterface> keyEventPlatformGetInterface;
+extern GetInterfaceFunction<OmbrixHalUartPlatformInterface> uartPlatformGetInterface;
 
 // Where OmbrixHalTunerOpen creates the kinds it has no create function of its own for; starts
 // at OmbrixHalTunerFactoryCreateTuner. Tests put a fake tuner kind here.

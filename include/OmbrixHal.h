@@ -2,6 +2,8 @@
 #ifndef OMBRIX_HAL_H
 #define OMBRIX_HAL_H
 
+#include "OmbrixHalAppDsub.h"
+#include "OmbrixHalCi.h"
 #include "OmbrixHalClock.h"
 #include "OmbrixHalConsole.h"
 #include "OmbrixHalCriticalSection.h"
@@ -15,16 +17,19 @@
 #include "OmbrixHalFilterTsToPes.h"
 #include "OmbrixHalFilterTsToSection.h"
 #include "OmbrixHalFrame.h"
+#include "OmbrixHalFrontDisplay.h"
 #include "OmbrixHalKeyEvent.h"
 #include "OmbrixHalLogger.h"
 #include "OmbrixHalMapFilter.h"
 #include "OmbrixHalMemory.h"
+#include "OmbrixHalPower.h"
 #include "OmbrixHalThread.h"
 #include "OmbrixHalTimer.h"
 #include "OmbrixHalTuner.h"
 #include "OmbrixHalTunerFileAnalog.h"
 #include "OmbrixHalTunerFileDigital.h"
 #include "OmbrixHalTypes.h"
+#include "OmbrixHalUart.h"
 #include "OmbrixHalVersion.h"
 
 #endif

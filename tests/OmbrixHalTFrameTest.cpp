@@ -14,8 +14,9 @@ constexpr OmbrixHalInitParameter kCheckedStart = {1, 1};
 // What the replaced platform getters and slots saw, in order.
 std::vector<std::string> calls;
 
-enum Module { kCriticalSection, kMemory, kClock, kThread, kConsole, kKeyEvent };
-constexpr const char* kModuleNames[] = {"CriticalSection", "Memory", "Clock", "Thread", "Console", "KeyEvent"};
+enum Module { kCriticalSection, kMemory, kClock, kThread, kConsole, kCi, kFrontDisplay, kKeyEvent, kUart };
+constexpr const char* kModuleNames[] = {"CriticalSection", "Memory",       "Clock",    "Thread", "Console",
+                                        "Ci",              "FrontDisplay", "KeyEvent", "Uart"};
 
 // The real platform table, with a post-init that records its argument and fails.
 OmbrixHalBool recordingFrameGetInterface(OmbrixHalPlatformInterface* aInterface) noexcept {
@@ -49,7 +50,10 @@ struct RecordingModules {
   Recording<OmbrixHalClockPlatformInterface, kClock> clock{seam::clockPlatformGetInterface};
   Recording<OmbrixHalThreadPlatformInterface, kThread> thread{seam::threadPlatformGetInterface};
   Recording<OmbrixHalConsolePlatformInterface, kConsole> console{seam::consolePlatformGetInterface};
+  Recording<OmbrixHalCiPlatformInterface, kCi> ci{seam::ciPlatformGetInterface};
+  Recording<OmbrixHalFrontDisplayPlatformInterface, kFrontDisplay> frontDisplay{seam::frontDisplayPlatformGetInterface};
   Recording<OmbrixHalKeyEventPlatformInterface, kKeyEvent> keyEvent{seam::keyEventPlatformGetInterface};
+  Recording<OmbrixHalUartPlatformInterface, kUart> uart{seam::uartPlatformGetInterface};
 };
 
 using FrameLifecycle = LoggedTest;
@@ -65,10 +69,13 @@ TEST_F(FrameLifecycle, InitBringsModulesUpInOrderOnceAndDoneTakesThemDownInRever
     EXPECT_EQ(OmbrixHalDone(), 0);
   }
   // The platform init starts key events itself, before the modules come up.
-  const std::vector<std::string> expected = {"frame table",  "init KeyEvent", "init CriticalSection", "init Memory",
-                                             "init Clock",   "init Thread",   "init Console",         "init KeyEvent",
-                                             "post-init 42", "done KeyEvent", "done Console",         "done Thread",
-                                             "done Clock",   "done Memory",   "done CriticalSection"};
+  const std::vector<std::string> expected = {
+      "frame table", "init KeyEvent",
+      "init CriticalSection", "init Memory", "init Clock", "init Thread", "init Console", "init Ci",
+      "init FrontDisplay", "init KeyEvent", "init Uart",
+      "post-init 42",
+      "done Uart", "done KeyEvent", "done FrontDisplay", "done Ci", "done Console", "done Thread", "done Clock",
+      "done Memory", "done CriticalSection"};
   EXPECT_EQ(calls, expected);
 }
 
@@ -132,6 +139,8 @@ TEST(FramePlatform, EveryModuleTableRejectsNull) {
   EXPECT_EQ(OmbrixHalMemoryPlatformGetInterface(nullptr), 0);
   EXPECT_EQ(OmbrixHalConsolePlatformGetInterface(nullptr), 0);
   EXPECT_EQ(OmbrixHalKeyEventPlatformGetInterface(nullptr), 0);
+  EXPECT_EQ(OmbrixHalCiPlatformGetInterface(nullptr), 0);
+  EXPECT_EQ(OmbrixHalFrontDisplayPlatformGetInterface(nullptr), 0);
   EXPECT_EQ(OmbrixHalClockPlatformGetInterface(nullptr), 0);
   EXPECT_EQ(OmbrixHalThreadPlatformGetInterface(nullptr), 0);
 }
