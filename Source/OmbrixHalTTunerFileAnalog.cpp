@@ -78,9 +78,9 @@ void resetFilters(const FileAnalogTuner& tuner) noexcept {
   }
 }
 
-// At the end of the file: back to its start for another pass, or to its end (0) when the
-// repetitions are used up.
-bool rewind(FileAnalogTuner& tuner) noexcept {
+// At the end of the file: back to its start for another pass, or to its end when the
+// repetitions are used up, so that every later read comes short.
+void rewind(FileAnalogTuner& tuner) noexcept {
   const uint16_t repetitions = tuner.head.Parameter.AnalogFile.Repetitions;
   if (repetitions != 0) {
     if (tuner.RepetitionsDone < repetitions) {
@@ -88,12 +88,11 @@ bool rewind(FileAnalogTuner& tuner) noexcept {
     }
     if (tuner.RepetitionsDone == repetitions) {
       OmbrixHalFileSeek(tuner.File, 0, kSeekEnd);
-      return false;
+      return;
     }
   }
   OmbrixHalFileSeek(tuner.File, 0, kSeekStart);
   resetFilters(tuner);
-  return true;
 }
 
 bool readRecord(FileAnalogTuner& tuner, uint8_t (&record)[kRecordSize]) noexcept {
