@@ -132,9 +132,9 @@ struct Damage {
   uint64_t continuityErrors = 0;
   uint64_t crcErrors = 0;
   uint64_t strayBytes = 0;  // bytes before the first or after the last whole packet or record
-  const char* units = "packets";
 
-  std::string describe() const {
+  // `units`: what the file is cut into.
+  std::string describe(const char* units) const {
     std::string text;
     const auto add = [&text](uint64_t count, const char* what) {
       if (count != 0) {
@@ -172,11 +172,13 @@ struct Report {
   uint32_t tots = 0;
   uint32_t totCrcErrors = 0;
   std::string clock;  // what the HAL's clock reads after the stream set it
+  bool analog = false;               // a file of analog line records
   std::atomic<uint64_t> packets{0};  // TS packets, or analog line records
-  uint32_t unitBytes = kPacketSize;  // the size of one of them
   uint64_t recordTeletextLines = 0;
   Damage damage;
   bool patSeen = false;
+
+  uint32_t unitBytes() const { return analog ? kRecordSize : kPacketSize; }
 
   Service* service(uint32_t number) {
     for (Service& service : services) {
@@ -194,7 +196,6 @@ struct Options {
   bool json = false;
   bool log = false;
   bool realtime = false;
-  double bitrate = 0;  // measured before a paced play
 };
 
 // What a filter's handler needs: the report and the PID the filter selects.
@@ -566,17 +567,37 @@ double measureBitrate(OmbrixHalTunerHandle tuner, Report& report) {
 }
 
 void showProgress(const Report& report, std::chrono::steady_clock::time_point start, bool done) {
-  const uint64_t total = std::max<uint64_t>(report.fileBytes / report.unitBytes, 1);
+  const uint64_t total = std::max<uint64_t>(report.fileBytes / report.unitBytes(), 1);
   const uint64_t packets = report.packets.load(std::memory_order_relaxed);
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   std::fprintf(stderr, "\r%5.1f %%  %8.1f MB/s", 100.0 * std::min(packets, total) / total,
-               seconds > 0 ? packets * static_cast<double>(report.unitBytes) / seconds / 1e6 : 0.0);
+               seconds > 0 ? packets * static_cast<double>(report.unitBytes()) / seconds / 1e6 : 0.0);
   if (done) {
     std::fputc('\n', stderr);
   }
 }
 
-void play(OmbrixHalTunerHandle tuner, Report& report, const Options& options) {
+// Plays the tuned file to its end: paced, until the status turns NOT LOCKED, or pulled, until
+// Receive gives nothing more; with the progress line when stderr is a terminal.
+void playToEnd(OmbrixHalTunerHandle tuner, const Report& report, const Options& options) {
+  const bool progress = isatty(STDERR_FILENO) && !options.json;
+  const auto start = std::chrono::steady_clock::now();
+  while (options.realtime ? OmbrixHalTunerGetStatus(tuner) == OMBRIX_HAL_TUNER_STATUS_LOCKED
+                          : OmbrixHalTunerReceive(tuner, kPullBatch) != 0) {
+    if (progress) {
+      showProgress(report, start, false);
+    }
+    if (options.realtime) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+  }
+  if (progress) {
+    showProgress(report, start, true);
+  }
+}
+
+// `pacedBitrate`: the stream's rate for a paced play, in bits per second.
+void play(OmbrixHalTunerHandle tuner, Report& report, const Options& options, double pacedBitrate) {
   Filters filters(tuner, report);
   filters.everyPacket();
   filters.sections(kPatPid, onSection<readPat>, true);
@@ -597,29 +618,9 @@ void play(OmbrixHalTunerHandle tuner, Report& report, const Options& options) {
   }
   report.packets = 0;
   report.damage = {};
-  const bool progress = isatty(STDERR_FILENO) && !options.json;
-  const auto start = std::chrono::steady_clock::now();
-  if (options.realtime) {
-    // Paced by the tuner's own thread at the stream's rate, in units of 1000 bytes per second.
-    const uint32_t symbolRate = static_cast<uint32_t>(std::max(options.bitrate / 8000, 1.0));
-    tune(tuner, report.file, symbolRate);
-    while (OmbrixHalTunerGetStatus(tuner) == OMBRIX_HAL_TUNER_STATUS_LOCKED) {
-      if (progress) {
-        showProgress(report, start, false);
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    }
-  } else {
-    tune(tuner, report.file, 0);
-    while (OmbrixHalTunerReceive(tuner, kPullBatch)) {
-      if (progress) {
-        showProgress(report, start, false);
-      }
-    }
-  }
-  if (progress) {
-    showProgress(report, start, true);
-  }
+  // Paced by the tuner's own thread at the stream's rate, in units of 1000 bytes per second.
+  tune(tuner, report.file, options.realtime ? static_cast<uint32_t>(std::max(pacedBitrate / 8000, 1.0)) : 0);
+  playToEnd(tuner, report, options);
   filters.collectCrcErrors();
   if (report.lastUtc != 0) {
     report.clock = timeText(OmbrixHalClockGetUtcTime());
@@ -838,18 +839,16 @@ std::string checkFile(Report& report, bool analog) {
   return {};
 }
 
-void inspect(Report& report, Options& options) {
+void inspect(Report& report, const Options& options) {
   OmbrixHalTunerHandle tuner = OmbrixHalTunerOpen("digitalFile");
   if (tuner == nullptr) {
     throw Failure{"the HAL has no file tuner"};
   }
   try {
     discover(tuner, report, options.file);
-    if (options.realtime) {
-      options.bitrate = measureBitrate(tuner, report);
-    }
+    const double pacedBitrate = options.realtime ? measureBitrate(tuner, report) : 0;
     report.pids.clear();
-    play(tuner, report, options);
+    play(tuner, report, options, pacedBitrate);
   } catch (const Failure&) {
     OmbrixHalTunerClose(tuner);
     throw;
@@ -863,8 +862,7 @@ void inspect(Report& report, Options& options) {
 // Analog line records through an "analogFile" tuner, once, into a counting handler and the
 // analog file filter, which a middleware reaches only through the real-filter call.
 void inspectAnalog(Report& report, const Options& options) {
-  report.unitBytes = kRecordSize;
-  report.damage.units = "records";
+  report.analog = true;
   OmbrixHalTunerHandle tuner = OmbrixHalTunerOpen("analogFile");
   if (tuner == nullptr) {
     throw Failure{"the HAL has no analog file tuner"};
@@ -876,22 +874,9 @@ void inspectAnalog(Report& report, const Options& options) {
                            "\", repetitions=1, fieldInterval=" + std::to_string(options.realtime ? kFieldIntervalMs : 0);
   const bool played = filter != nullptr && OmbrixHalFilterStart(filter) &&
                       OmbrixHalTunerSetParameterByString(tuner, line.c_str());
+  // Paced, each status call waits for the end of the field being played.
   if (played) {
-    const bool progress = isatty(STDERR_FILENO) && !options.json;
-    const auto start = std::chrono::steady_clock::now();
-    // Paced, the status waits for the field being played; pulled, Receive gives 0 at the end.
-    while (options.realtime ? OmbrixHalTunerGetStatus(tuner) == OMBRIX_HAL_TUNER_STATUS_LOCKED
-                            : OmbrixHalTunerReceive(tuner, kPullBatch) != 0) {
-      if (progress) {
-        showProgress(report, start, false);
-      }
-      if (options.realtime) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
-      }
-    }
-    if (progress) {
-      showProgress(report, start, true);
-    }
+    playToEnd(tuner, report, options);
   }
   OmbrixHalFilterClose(filter);
   OmbrixHalTunerUnregisterPacketHandler(tuner, &report, nullptr);
@@ -946,7 +931,7 @@ int main(int argc, char** argv) {
     options.json ? printJson(report) : printText(report);
   }
   // A damaged recording is still reported in full, then named as such.
-  if (const std::string damage = report.damage.describe(); !damage.empty()) {
+  if (const std::string damage = report.damage.describe(report.analog ? "records" : "packets"); !damage.empty()) {
     std::fprintf(stderr, "ombrixhal-inspect: %s: damaged stream: %s\n", report.file.c_str(), damage.c_str());
     return 1;
   }
