@@ -1,5 +1,5 @@
-// Private: what the two file tuners share: the handler entry, the state lock that a handler may
-// meet again during delivery, the pace gate held in matching pairs, and the pacing thread's end.
+// Private: what the two file tuners share: the handler entry, the delivery lock that guards their
+// state, the pace gate held in matching pairs, and the pacing thread's end.
 #ifndef OMBRIX_HAL_T_FILE_TUNER_H
 #define OMBRIX_HAL_T_FILE_TUNER_H
 
@@ -35,7 +35,7 @@ inline bool isRecordOfType(const OmbrixHalTunerParameter* aTunerParameter, Ombri
   return true;
 }
 
-// Under StateLock: LOCKED while a file is open and its repetitions (0: endless) are not used up.
+// Under the tuner's hold: LOCKED while a file is open and its repetitions (0: endless) are not used up.
 inline OmbrixHalTunerStatus fileStatus(OmbrixHalFileHandle file, uint16_t repetitionsDone,
                                        uint16_t repetitions) noexcept {
   if (file == nullptr || (repetitions != 0 && repetitionsDone >= repetitions)) {
@@ -49,43 +49,14 @@ struct FileTunerHandlerEntry {
   void* context;  // NULL: the entry is free
 };
 
-// Tells the calling thread from the others; cheaper than asking the thread module for an id
-// on every packet.
-inline const void* currentThread() noexcept {
-  static thread_local const char marker = 0;
-  return &marker;
+// A file tuner kind guards its file, cursor, handlers and status with the head's DeliveryLock,
+// and delivers while it holds it; a handler's own calls to register, unregister or status on
+// its tuner hold it again without waiting.
+// Create's lock; false when the critical section module has none to give.
+inline bool createDeliveryLock(OmbrixHalTunerHead& head) noexcept {
+  head.DeliveryLock = OmbrixHalCriticalSectionCreate();
+  return head.DeliveryLock != nullptr;
 }
-
-// A file tuner kind has StateLock, PaceGate and GateHeld, and DeliveringThread: the thread
-// delivering now, or NULL. A handler runs with StateLock held; its own calls to register,
-// unregister or status on its tuner must not wait for that lock again.
-template <typename Tuner>
-bool isDelivering(const Tuner& tuner) noexcept {
-  const void* delivering = tuner.DeliveringThread;
-  return delivering != nullptr && delivering == currentThread();
-}
-
-// StateLock for a call that a handler may make during delivery: the delivering thread holds
-// the lock already.
-class StateGuard {
- public:
-  template <typename Tuner>
-  explicit StateGuard(Tuner& tuner) noexcept : lock_(isDelivering(tuner) ? nullptr : tuner.StateLock) {
-    if (lock_ != nullptr) {
-      OmbrixHalCriticalSectionEnter(lock_);
-    }
-  }
-  ~StateGuard() {
-    if (lock_ != nullptr) {
-      OmbrixHalCriticalSectionLeave(lock_);
-    }
-  }
-  StateGuard(const StateGuard&) = delete;
-  StateGuard& operator=(const StateGuard&) = delete;
-
- private:
-  OmbrixHalCriticalSectionHandle lock_;
-};
 
 // The application side enters and leaves PaceGate in matching pairs only: leaving a free gate
 // would fail, and a paced play restarted would release it twice.
@@ -139,7 +110,7 @@ OmbrixHalBool copyParameterOut(OmbrixHalTunerHandle aThis, OmbrixHalTunerParamet
   if (tuner == nullptr || !isGiven(aTunerParameter, functionName, "aTunerParameter")) {
     return 0;
   }
-  StateGuard guard(*tuner);
+  TunerHold hold(&tuner->head);
   *aTunerParameter = tuner->head.Parameter;
   return 1;
 }

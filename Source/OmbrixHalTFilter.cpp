@@ -1,5 +1,6 @@
 // Filters: the generic entry points over every filter kind, the making of filter chains, the
-// filter lists, and the list of live filters.
+// filter lists, the list of live filters and the end of filters. The entry points that change
+// what a delivery reaches hold the filter's tuner, so that they wait for a running delivery.
 #include <cstring>
 #include <mutex>
 
@@ -63,6 +64,16 @@ constexpr const char* kDisabled = "disabled";
 std::mutex liveFiltersLock;
 OmbrixHalFilterHandle liveFilters = nullptr;
 
+// Under liveFiltersLock.
+bool isLive(OmbrixHalFilterHandle filter) noexcept {
+  for (OmbrixHalFilterHandle live = liveFilters; live != nullptr; live = live->nextLive) {
+    if (live == filter) {
+      return true;
+    }
+  }
+  return false;
+}
+
 // Only a filter the client named reports its outcomes.
 void logOutcome(const char* name, bool succeeded, const char* functionName, const char* success,
                 const char* failure, const char* failureFunctionName) noexcept {
@@ -82,6 +93,7 @@ OmbrixHalBool switchFilter(OmbrixHalFilterHandle aThis, OmbrixHalBool (*OmbrixHa
   if (!isGiven(aThis, functionName, kThisName) || !isOperationSupported(aThis->operations.*slot, functionName)) {
     return 0;
   }
+  ombrixhal::TunerHold hold(aThis->tuner);
   const OmbrixHalBool result = (aThis->operations.*slot)(aThis);
   logOutcome(aThis->name, result != 0, functionName, success, failure, functionName);
   return result;
@@ -177,6 +189,25 @@ void removeLiveFilter(OmbrixHalFilterHandle aFilter) noexcept {
   }
 }
 
+void retireFilter(OmbrixHalFilterHandle aFilter) noexcept {
+  removeLiveFilter(aFilter);
+  OmbrixHalTunerHandle tuner = aFilter->tuner;
+  if (tuner != nullptr && holdsTuner(*tuner)) {
+    aFilter->nextLive = tuner->RetiredFilters;
+    tuner->RetiredFilters = aFilter;
+  } else {
+    aFilter->release(aFilter);
+  }
+}
+
+void releaseRetiredFilters(OmbrixHalFilterHandle& aRetired) noexcept {
+  while (aRetired != nullptr) {
+    OmbrixHalFilterHandle filter = aRetired;
+    aRetired = filter->nextLive;
+    filter->release(filter);
+  }
+}
+
 }  // namespace ombrixhal
 
 OmbrixHalBool OmbrixHalFilterClose(OmbrixHalFilterHandle This) noexcept {
@@ -186,10 +217,14 @@ OmbrixHalBool OmbrixHalFilterClose(OmbrixHalFilterHandle This) noexcept {
   // The object is gone after Destroy.
   char name[OMBRIX_HAL_FILTER_NAME_SIZE];
   std::memcpy(name, This->name, sizeof name);
-  if (This->operations.Stop != nullptr) {
-    This->operations.Stop(This);
+  OmbrixHalBool result = 0;
+  {
+    ombrixhal::TunerHold hold(This->tuner);
+    if (This->operations.Stop != nullptr) {
+      This->operations.Stop(This);
+    }
+    result = This->operations.Destroy(This);
   }
-  const OmbrixHalBool result = This->operations.Destroy(This);
   logOutcome(name, result != 0, kCloseName, kClosed, kCannotClose, kCloseName);
   return result;
 }
@@ -199,6 +234,7 @@ OmbrixHalBool OmbrixHalFilterSetParameter(OmbrixHalFilterHandle This, const Ombr
       !isOperationSupported(This->operations.SetParameter, kSetParameterName)) {
     return 0;
   }
+  ombrixhal::TunerHold hold(This->tuner);
   if (This->operations.IsEnabled != nullptr && This->operations.IsEnabled(This)) {
     OmbrixHalLoggerPrintf(kSetParameterName, kLogError, kRunning, This->name);
     return 0;
@@ -240,15 +276,21 @@ void OmbrixHalFilterReset(OmbrixHalFilterHandle This) noexcept {
   if (This == nullptr) {
     return;
   }
-  // The lock is held through the call, so the filter cannot be destroyed under it.
-  std::lock_guard guard(liveFiltersLock);
-  for (OmbrixHalFilterHandle live = liveFilters; live != nullptr; live = live->nextLive) {
-    if (live == This) {
-      if (live->operations.Reset != nullptr) {
-        live->operations.Reset(live);
-      }
+  // The word may be anything: only once it is known as a live filter is its tuner read, and
+  // held (a tuner resets under its own hold) before the reset, which the delivery would race.
+  OmbrixHalTunerHandle tuner = nullptr;
+  {
+    std::lock_guard guard(liveFiltersLock);
+    if (!isLive(This)) {
       return;
     }
+    tuner = This->tuner;
+  }
+  ombrixhal::TunerHold hold(tuner);
+  // The lock is held through the call, so the filter cannot be destroyed under it.
+  std::lock_guard guard(liveFiltersLock);
+  if (isLive(This) && This->operations.Reset != nullptr) {
+    This->operations.Reset(This);
   }
 }
 

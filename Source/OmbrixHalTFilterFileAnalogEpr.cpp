@@ -75,7 +75,7 @@ OmbrixHalBool OmbrixHalFilterFileAnalogEprDestroy(OmbrixHalFilterHandle This) no
   if (This->tuner != nullptr) {
     OmbrixHalTunerUnregisterPacketHandler(This->tuner, This, nullptr);
   }
-  ombrixhal::deleteFilterKind(filter, __FILE__, __LINE__);
+  ombrixhal::retireFilter(This);
   return 1;
 }
 

@@ -58,7 +58,7 @@ OmbrixHalBool OmbrixHalFilterFileDigitalTsDestroy(OmbrixHalFilterHandle This) no
     return 0;
   }
   OmbrixHalTunerUnregisterPacketHandler(This->tuner, This, nullptr);
-  ombrixhal::deleteFilterKind(asFileDigitalTsFilter(This), __FILE__, __LINE__);
+  ombrixhal::retireFilter(This);
   return 1;
 }
 
@@ -126,5 +126,4 @@ void OmbrixHalFilterFileDigitalTsInputHandler(void* aSource, const uint8_t* aPac
     return;
   }
   filter->head.handler(&filter->head, aPacket, kTsPacketSize, filter->head.context);
-  ombrixhal::finishDelivery();
 }

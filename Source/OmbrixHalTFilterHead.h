@@ -1,9 +1,10 @@
-// Private: the head that every filter kind begins with, what the stages of a chain share, and
-// the list of live filters that makes OmbrixHalFilterReset safe for any word a tuner holds as a
-// handler context.
+// Private: the head that every filter kind begins with, what the stages of a chain share, the
+// list of live filters that makes OmbrixHalFilterReset safe for any word a tuner holds as a
+// handler context, and the end of a filter that a delivery may still stand on.
 #ifndef OMBRIX_HAL_T_FILTER_HEAD_H
 #define OMBRIX_HAL_T_FILTER_HEAD_H
 
+#include <atomic>
 #include <cstddef>
 #include <new>
 #include <type_traits>
@@ -44,7 +45,8 @@ struct OmbrixHalFilterHead {
   void* context;
   OmbrixHalFilterHandle next;  // link of the list in which the filter stands
   OmbrixHalTunerHandle tuner;
-  OmbrixHalFilterHandle nextLive;  // link of the live filters, see below
+  OmbrixHalFilterHandle nextLive;  // link of the live filters, then of the retired ones
+  void (*release)(OmbrixHalFilterHandle aThis) noexcept;  // frees the kind's memory
 };
 static_assert(std::is_standard_layout_v<OmbrixHalFilterHead>);
 
@@ -55,18 +57,12 @@ namespace ombrixhal {
 void addLiveFilter(OmbrixHalFilterHandle aFilter) noexcept;
 void removeLiveFilter(OmbrixHalFilterHandle aFilter) noexcept;
 
-// A chain whose last map filter was closed by a client's handler during delivery waits for its
-// root to finish the packet: a root calls finishDelivery once its handler has returned, and
-// touches nothing of itself afterwards. The flag, set once the first chain was ever deferred,
-// spares every packet the look into the thread's own list.
-extern Relaxed<bool> chainsDeferred;
-void destroyDeferredChains() noexcept;
-
-inline void finishDelivery() noexcept {
-  if (chainsDeferred) {
-    destroyDeferredChains();
-  }
-}
+// The end of a filter that its Destroy has taken apart (unhooked, its parent closed): its memory
+// goes now, or, when the calling thread holds the filter's tuner (a handler closing a filter
+// during delivery), once the outermost hold ends, since the delivery may still stand on it.
+void retireFilter(OmbrixHalFilterHandle aFilter) noexcept;
+// The tuner's last hold: frees what was retired under it.
+void releaseRetiredFilters(OmbrixHalFilterHandle& aRetired) noexcept;
 
 // The kind behind a handle. Each kind wraps this once, as asSectionFilter(This) and the like.
 template <typename Kind>
@@ -77,8 +73,16 @@ Kind* filterKindOf(OmbrixHalFilterHandle aThis) noexcept {
   return reinterpret_cast<Kind*>(aThis);
 }
 
+template <typename Kind>
+void releaseFilterKind(OmbrixHalFilterHandle aThis) noexcept {
+  Kind* kind = filterKindOf<Kind>(aThis);
+  kind->~Kind();
+  OmbrixHalMemoryFree(kind);
+}
+
 // A new, zeroed filter of kind Kind with its table and type in the head, charged to the kind's
-// own `file` and `line`; NULL when out of memory. The kind makes it live once it is whole.
+// own `file` and `line`; NULL when out of memory. The kind makes it live once it is whole, and
+// hands it to retireFilter at its end.
 template <typename Kind>
 Kind* newFilterKind(const OmbrixHalFilterOperations& operations, OmbrixHalFilterType type, const char* file,
                     int line) noexcept {
@@ -89,15 +93,8 @@ Kind* newFilterKind(const OmbrixHalFilterOperations& operations, OmbrixHalFilter
   auto* kind = new (memory) Kind{};
   kind->head.operations = operations;
   kind->head.type = type;
+  kind->head.release = releaseFilterKind<Kind>;
   return kind;
-}
-
-// The end of what newFilterKind made; safe on a kind that was never made live.
-template <typename Kind>
-void deleteFilterKind(Kind* kind, const char* file, int line) noexcept {
-  removeLiveFilter(&kind->head);
-  kind->~Kind();
-  OmbrixHalMemoryFree_(kind, file, static_cast<uint32_t>(line));
 }
 
 // Where a TS packet's payload begins: byte 4, or past the adaptation field. 0 when the packet
@@ -116,9 +113,26 @@ inline uint32_t tsPayloadStart(const uint8_t* packet) noexcept {
 // itself, and closes when it is destroyed.
 struct FilterStage {
   OmbrixHalFilterHandle parent;
-  Relaxed<uint32_t> running;  // read on the delivery thread, written by the client's
+  // Start clears the kind's assembly state and then sets this with release; the delivery
+  // thread reads it with acquire before it touches that state.
+  std::atomic<uint32_t> running;
+  uint32_t starts;  // counts the Starts, so that a delivery sees a restart by its handler
   uint32_t parameterSet;
+  uint8_t* buffer;  // the section or PES buffer, freed with the stage
 };
+
+inline bool isRunning(const FilterStage& stage) noexcept {
+  return stage.running.load(std::memory_order_acquire) != 0;
+}
+
+// What a delivery takes note of before it calls a handler...
+inline uint32_t runOf(const FilterStage& stage) noexcept { return stage.starts; }
+
+// ... and asks after the call: false when the handler stopped, restarted or closed the stage,
+// and the rest of what was being delivered is no longer the stage's to deliver.
+inline bool isStillRunning(const FilterStage& stage, uint32_t run) noexcept {
+  return isRunning(stage) && stage.starts == run;
+}
 
 // SetFilterHandler: hooks `input` onto the parent (with the stage as its context), then takes
 // the handler it is to deliver to.
@@ -152,16 +166,17 @@ inline OmbrixHalBool getStageParameter(const OmbrixHalFilterHead& head, const Fi
 
 // Start, once the kind has checked its own conditions and cleared its assembly state.
 inline OmbrixHalBool startStage(FilterStage& stage) noexcept {
-  stage.running = 1;
+  ++stage.starts;
+  stage.running.store(1, std::memory_order_release);
   if (!OmbrixHalFilterStart(stage.parent)) {
-    stage.running = 0;
+    stage.running.store(0, std::memory_order_relaxed);
   }
-  return stage.running;
+  return isRunning(stage) ? 1 : 0;
 }
 
 inline OmbrixHalBool stopStage(FilterStage& stage) noexcept {
   OmbrixHalFilterStop(stage.parent);
-  stage.running = 0;
+  stage.running.store(0, std::memory_order_relaxed);
   return 1;
 }
 

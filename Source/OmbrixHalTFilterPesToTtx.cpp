@@ -75,7 +75,7 @@ OmbrixHalBool OmbrixHalFilterPesToTtxDestroy(OmbrixHalFilterHandle This) noexcep
   }
   TeletextFilter& filter = *asTeletextFilter(This);
   // The handler is never NULL once hooked.
-  ombrixhal::destroyStageKind(filter, filter.head.handler != nullptr, __FILE__, __LINE__);
+  ombrixhal::destroyStageKind(filter, filter.head.handler != nullptr);
   return 1;
 }
 
@@ -114,9 +114,10 @@ void OmbrixHalFilterPesToTtxInputHandler(OmbrixHalFilterHandle /*aParent*/, cons
     return;
   }
   TeletextFilter& filter = *static_cast<TeletextFilter*>(aContext);
-  if (!filter.stage.running) {
+  if (!ombrixhal::isRunning(filter.stage)) {
     return;
   }
+  const uint32_t run = ombrixhal::runOf(filter.stage);
   const uint8_t dataIdentifier = aData[kDataIdentifierAt];
   if (dataIdentifier < kFirstTeletextIdentifier || dataIdentifier > kLastTeletextIdentifier) {
     return;
@@ -131,6 +132,9 @@ void OmbrixHalFilterPesToTtxInputHandler(OmbrixHalFilterHandle /*aParent*/, cons
       uint8_t* line = pes + unitAt + kLineAt;
       reverseBits(line, kLineSize);
       filter.head.handler(&filter.head, line, kLineSize, filter.head.context);
+      if (!ombrixhal::isStillRunning(filter.stage, run)) {
+        return;
+      }
       unitAt += kTeletextUnitSize;
     } else {
       unitAt += pes[unitAt + 1] + kUnitHeaderSize;

@@ -10,7 +10,16 @@
 namespace ombrixhal {
 
 template <typename Kind>
-void destroyStageKind(Kind& kind, bool hooked, const char* file, int line) noexcept;
+void destroyStageKind(Kind& kind, bool hooked) noexcept;
+
+template <typename Kind>
+void releaseStageKind(OmbrixHalFilterHandle aThis) noexcept {
+  Kind* kind = filterKindOf<Kind>(aThis);
+  if (kind->stage.buffer != nullptr) {
+    OmbrixHalMemoryFree(kind->stage.buffer);
+  }
+  releaseFilterKind<Kind>(aThis);
+}
 
 struct NothingToPrepare {
   template <typename Kind>
@@ -20,8 +29,8 @@ struct NothingToPrepare {
 };
 
 // Allocates (charged to the kind's `file` and `line`) and zeroes the kind on `parent`, which
-// must be of `parentType`, lets `prepare` take the kind's own resources, and makes it live.
-// NULL when any of it fails, with nothing left behind.
+// must be of `parentType`, lets `prepare` take the kind's own resources (the stage's buffer),
+// and makes it live on the parent's tuner. NULL when any of it fails, with nothing left behind.
 template <typename Kind, typename Prepare = NothingToPrepare>
 OmbrixHalFilterHandle createStageKind(OmbrixHalFilterHandle parent, OmbrixHalFilterType parentType,
                                       OmbrixHalFilterType type, const OmbrixHalFilterOperations& operations,
@@ -33,21 +42,26 @@ OmbrixHalFilterHandle createStageKind(OmbrixHalFilterHandle parent, OmbrixHalFil
   if (kind == nullptr) {
     return nullptr;
   }
+  kind->head.release = releaseStageKind<Kind>;
+  kind->head.tuner = parent->tuner;
   kind->stage.parent = parent;
   if (!prepare(*kind)) {
-    destroyStageKind(*kind, false, file, line);
+    destroyStageKind(*kind, false);
     return nullptr;
   }
   addLiveFilter(&kind->head);
   return &kind->head;
 }
 
-// Frees what createStageKind made (the kind frees its own resources first), closing the parent
-// if the stage owns it by then. Safe on a kind that never reached addLiveFilter.
+// The end of what createStageKind made: the parent closed first if the stage owns it by then,
+// so that no delivery reaches the stage once it is retired. Safe on a kind that never reached
+// addLiveFilter.
 template <typename Kind>
-void destroyStageKind(Kind& kind, bool hooked, const char* file, int line) noexcept {
+void destroyStageKind(Kind& kind, bool hooked) noexcept {
+  // A delivery under way in this stage ends with the handler that destroyed it.
+  kind.stage.running.store(0, std::memory_order_relaxed);
   closeStageParent(kind.stage, hooked);
-  deleteFilterKind(&kind, file, line);
+  retireFilter(&kind.head);
 }
 
 // SetFilterHandler of the kinds that need someone to deliver to.
@@ -101,7 +115,7 @@ OmbrixHalBool stopStageKind(OmbrixHalFilterHandle aThis) noexcept {
 
 template <typename Kind>
 OmbrixHalBool isStageKindEnabled(OmbrixHalFilterHandle aThis) noexcept {
-  return aThis != nullptr ? static_cast<OmbrixHalBool>(filterKindOf<Kind>(aThis)->stage.running) : 0;
+  return aThis != nullptr && isRunning(filterKindOf<Kind>(aThis)->stage) ? 1 : 0;
 }
 
 }  // namespace ombrixhal

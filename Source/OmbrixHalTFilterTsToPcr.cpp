@@ -71,7 +71,7 @@ OmbrixHalBool OmbrixHalFilterTsToPcrDestroy(OmbrixHalFilterHandle This) noexcept
     return 0;
   }
   PcrFilter& filter = *asPcrFilter(This);
-  ombrixhal::destroyStageKind(filter, filter.hooked != 0, __FILE__, __LINE__);
+  ombrixhal::destroyStageKind(filter, filter.hooked != 0);
   return 1;
 }
 
@@ -139,7 +139,7 @@ void OmbrixHalFilterTsToPcrInputHandler(OmbrixHalFilterHandle /*aParent*/, const
     return;
   }
   PcrFilter& filter = *static_cast<PcrFilter*>(aContext);
-  if (!filter.stage.running) {
+  if (!ombrixhal::isRunning(filter.stage)) {
     return;
   }
   if (filter.pcrSeen) {
@@ -154,8 +154,13 @@ void OmbrixHalFilterTsToPcrInputHandler(OmbrixHalFilterHandle /*aParent*/, const
   filter.pcrValue = value;
   filter.pcrTick = OmbrixHalClockGetTicks();
   if (filter.head.handler != nullptr) {
+    const uint32_t run = ombrixhal::runOf(filter.stage);
     const PcrRecord record = {.value = value, .packetsSincePcr = filter.packetsSincePcr};
     filter.head.handler(&filter.head, reinterpret_cast<const uint8_t*>(&record), sizeof record, filter.head.context);
+    // A handler that stopped, restarted or closed the filter has the PCR state to itself.
+    if (!ombrixhal::isStillRunning(filter.stage, run)) {
+      return;
+    }
   }
   filter.pcrSeen = 1;
   filter.packetsSincePcr = 0;

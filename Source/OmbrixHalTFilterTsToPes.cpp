@@ -19,10 +19,8 @@ static_assert(kTsPacketSize == 188);
 
 struct PesFilter {
   OmbrixHalFilterHead head;
-  ombrixhal::FilterStage stage;
-  uint8_t* buffer;
-  // Only the delivery thread assembles: Start comes while the parent is stopped, and a tuner
-  // resets under the lock it delivers under.
+  ombrixhal::FilterStage stage;  // its buffer holds kBufferSize bytes
+  // Only the delivery thread assembles; Start, Stop and Reset hold the tuner it delivers under.
   uint32_t expectedLength;  // PES_packet_length + 6; 0 while unbounded
   uint32_t collected;
   uint32_t unbounded;
@@ -38,18 +36,16 @@ void clearAssembly(PesFilter& filter) noexcept {
   filter.assembling = 0;
 }
 
-void deliver(PesFilter& filter, uint32_t length) noexcept {
-  filter.head.handler(&filter.head, filter.buffer, length, filter.head.context);
+// False when the handler stopped, restarted or closed the filter (of run `run`), which ends the
+// packet for it.
+bool deliver(PesFilter& filter, uint32_t length, uint32_t run) noexcept {
+  filter.head.handler(&filter.head, filter.stage.buffer, length, filter.head.context);
+  return ombrixhal::isStillRunning(filter.stage, run);
 }
 
 bool takeBuffer(PesFilter& filter) noexcept {
-  filter.buffer = static_cast<uint8_t*>(OmbrixHalMemoryAllocate(kBufferSize));
-  return filter.buffer != nullptr;
-}
-
-void destroy(PesFilter& filter, bool hooked) noexcept {
-  OmbrixHalMemoryFree(filter.buffer);
-  ombrixhal::destroyStageKind(filter, hooked, __FILE__, __LINE__);
+  filter.stage.buffer = static_cast<uint8_t*>(OmbrixHalMemoryAllocate(kBufferSize));
+  return filter.stage.buffer != nullptr;
 }
 
 constexpr OmbrixHalFilterOperations kPesFilterOperations = {
@@ -76,7 +72,7 @@ OmbrixHalBool OmbrixHalFilterTsToPesDestroy(OmbrixHalFilterHandle This) noexcept
   }
   PesFilter& filter = *asPesFilter(This);
   // The handler is never NULL once hooked.
-  destroy(filter, filter.head.handler != nullptr);
+  ombrixhal::destroyStageKind(filter, filter.head.handler != nullptr);
   return 1;
 }
 
@@ -119,7 +115,7 @@ void OmbrixHalFilterTsToPesInputHandler(OmbrixHalFilterHandle /*aParent*/, const
     return;
   }
   PesFilter& filter = *static_cast<PesFilter*>(aContext);
-  if (!filter.stage.running) {
+  if (!ombrixhal::isRunning(filter.stage)) {
     return;
   }
   const uint32_t start = ombrixhal::tsPayloadStart(aData);
@@ -133,11 +129,15 @@ void OmbrixHalFilterTsToPesInputHandler(OmbrixHalFilterHandle /*aParent*/, const
   // Kept in locals and stored only at the end: an overflow leaves the last packet's values.
   uint32_t collected = filter.collected;
   uint32_t expectedLength = filter.expectedLength;
+  const uint32_t run = ombrixhal::runOf(filter.stage);
+  uint8_t* const buffer = filter.stage.buffer;
   if (unitStart) {
     // An unbounded PES packet ends where the next begins; an incomplete bounded one is dropped.
     if (filter.unbounded) {
-      deliver(filter, collected);
       filter.unbounded = 0;
+      if (!deliver(filter, collected, run)) {
+        return;
+      }
     }
     // Kept: a payload starting at byte 183 passes, although its length's low byte would be
     // byte 188. That byte lies outside the packet and is taken as 0.
@@ -158,21 +158,23 @@ void OmbrixHalFilterTsToPesInputHandler(OmbrixHalFilterHandle /*aParent*/, const
   if (payloadLength > room) {
     // What fits is stored; then assembly stops, the stored length still that of the last
     // packet that fitted whole.
-    std::memcpy(filter.buffer + collected, aData + start, room);
+    std::memcpy(buffer + collected, aData + start, room);
     filter.assembling = 0;
     return;
   }
   if (payloadLength == kTsPacketSize - 4) {
     // The common packet without adaptation field: a copy of known size is a few vector moves.
-    std::memcpy(filter.buffer + collected, aData + 4, kTsPacketSize - 4);
+    std::memcpy(buffer + collected, aData + 4, kTsPacketSize - 4);
   } else {
-    std::memcpy(filter.buffer + collected, aData + start, payloadLength);
+    std::memcpy(buffer + collected, aData + start, payloadLength);
   }
   collected += payloadLength;
   // Kept: a bounded PES packet that ends inside a payload overshoots and is never delivered.
   if (!filter.unbounded && collected == expectedLength) {
-    deliver(filter, expectedLength);
     filter.assembling = 0;
+    if (!deliver(filter, expectedLength, run)) {
+      return;
+    }
   }
   filter.collected = collected;
   filter.expectedLength = expectedLength;

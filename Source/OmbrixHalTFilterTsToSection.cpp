@@ -35,15 +35,10 @@ enum InfoWordIndex { kInfoWordIndex = 0, kSectionsReceivedIndex = 1, kCrcErrorsI
 
 struct SectionFilter {
   OmbrixHalFilterHead head;
-  ombrixhal::FilterStage stage;
-  uint8_t* buffer;  // kSectionBufferSize bytes
+  ombrixhal::FilterStage stage;  // its buffer holds kSectionBufferSize bytes
   uint32_t sectionLength;  // header bytes included
   uint32_t state;
   uint32_t collected;  // may run past the buffer: those bytes are counted, not stored
-  // Set while a section is with the handler, which may destroy this filter: the memory then
-  // goes once the delivery is over.
-  bool delivering;
-  bool destroyRequested;
 };
 static_assert(std::is_standard_layout_v<SectionFilter>);
 static_assert(offsetof(SectionFilter, head) == 0);
@@ -64,16 +59,11 @@ void countInfo(SectionFilter& filter, InfoWordIndex index) noexcept {
 
 // The buffer and the statistics slots, at creation.
 bool prepare(SectionFilter& filter) noexcept {
-  filter.buffer = static_cast<uint8_t*>(OmbrixHalMemoryAllocate(kSectionBufferSize));
+  filter.stage.buffer = static_cast<uint8_t*>(OmbrixHalMemoryAllocate(kSectionBufferSize));
   filter.head.ResetInfo = OmbrixHalFilterTsToSectionInfoReset;
   filter.head.GetInfo = OmbrixHalFilterTsToSectionGetInfo;
   filter.head.privateWords[kInfoWordIndex] = kInfoWord;
-  return filter.buffer != nullptr;
-}
-
-void freeSectionFilter(SectionFilter* filter) noexcept {
-  OmbrixHalMemoryFree(filter->buffer);
-  ombrixhal::deleteFilterKind(filter, __FILE__, __LINE__);
+  return filter.stage.buffer != nullptr;
 }
 
 void clearAssembly(SectionFilter& filter) noexcept {
@@ -93,25 +83,21 @@ bool matches(const OmbrixHalFilterParameter& parameter, const uint8_t* section, 
   return true;
 }
 
-// A section reached its full length. False when the handler destroyed the filter.
-bool completeSection(SectionFilter& filter) noexcept {
+// A section reached its full length. False when the handler stopped, restarted or closed the
+// filter (of run `run`), which ends the packet for it.
+bool completeSection(SectionFilter& filter, uint32_t run) noexcept {
   countInfo(filter, kSectionsReceivedIndex);
   const OmbrixHalFilterParameter& parameter = filter.head.parameter;
-  if (parameter.crcCheck != 0 && ombrixhal::crc32Mpeg(filter.buffer, filter.sectionLength) != 0) {
+  uint8_t* const buffer = filter.stage.buffer;
+  if (parameter.crcCheck != 0 && ombrixhal::crc32Mpeg(buffer, filter.sectionLength) != 0) {
     countInfo(filter, kCrcErrorsIndex);
     return true;
   }
-  if (!matches(parameter, filter.buffer, filter.sectionLength)) {
+  if (!matches(parameter, buffer, filter.sectionLength)) {
     return true;
   }
-  filter.delivering = true;
-  filter.head.handler(&filter.head, filter.buffer, filter.sectionLength, filter.head.context);
-  filter.delivering = false;
-  if (filter.destroyRequested) {
-    freeSectionFilter(&filter);
-    return false;
-  }
-  return true;
+  filter.head.handler(&filter.head, buffer, filter.sectionLength, filter.head.context);
+  return ombrixhal::isStillRunning(filter.stage, run);
 }
 
 // Takes the bytes of one packet from `position` on. Byte for byte this is a four-state machine;
@@ -119,10 +105,11 @@ bool completeSection(SectionFilter& filter) noexcept {
 // new-section position ends them.
 void assemble(SectionFilter& filter, const uint8_t* packet, uint32_t position, uint32_t newSectionAt,
               bool unitStart) noexcept {
+  const uint32_t stageRun = ombrixhal::runOf(filter.stage);
   uint32_t state = filter.state;
   uint32_t sectionLength = filter.sectionLength;
   uint32_t collected = filter.collected;
-  uint8_t* const buffer = filter.buffer;
+  uint8_t* const buffer = filter.stage.buffer;
   while (position < kTsPacketSize) {
     if (position == newSectionAt) {
       state = kAwaitingTableId;  // a section still being assembled is dropped
@@ -180,7 +167,7 @@ void assemble(SectionFilter& filter, const uint8_t* packet, uint32_t position, u
     position += run;
     if (completes) {
       filter.sectionLength = sectionLength;
-      if (!completeSection(filter)) {
+      if (!completeSection(filter, stageRun)) {
         return;
       }
       state = kAwaitingTableId;
@@ -213,15 +200,9 @@ OmbrixHalBool OmbrixHalFilterTsToSectionDestroy(OmbrixHalFilterHandle This) noex
   if (This == nullptr) {
     return 0;
   }
-  ombrixhal::removeLiveFilter(This);
-  SectionFilter* filter = asSectionFilter(This);
+  SectionFilter& filter = *asSectionFilter(This);
   // Only a successful hook stores the handler.
-  ombrixhal::closeStageParent(filter->stage, filter->head.handler != nullptr);
-  if (filter->delivering) {
-    filter->destroyRequested = true;
-  } else {
-    freeSectionFilter(filter);
-  }
+  ombrixhal::destroyStageKind(filter, filter.head.handler != nullptr);
   return 1;
 }
 
@@ -285,7 +266,7 @@ void OmbrixHalFilterTsToSectionInputHandler(OmbrixHalFilterHandle /*aParent*/, c
     return;
   }
   SectionFilter& filter = *asSectionFilter(static_cast<OmbrixHalFilterHandle>(aContext));
-  if (filter.stage.running == 0) {
+  if (!ombrixhal::isRunning(filter.stage)) {
     return;
   }
   uint32_t position = ombrixhal::tsPayloadStart(aPacket);

@@ -1,10 +1,16 @@
 // Map filters: the clients' filters, mapped onto as few real filter chains as there are
 // distinct (type, tuner, PID) triples; each chain's output is fanned out to its started clients.
+// Clients on several threads open, start, stop and close map filters while the tuner delivers:
+// each operation holds the map filter's tuner, so that no delivery runs through the chains and
+// lists it changes, and the list of chains, shared by every tuner, has a lock of its own.
+#include <mutex>
+
 #include "OmbrixHalLogger.h"
 #include "OmbrixHalMapFilter.h"
 #include "OmbrixHalMemory.h"
 #include "OmbrixHalTFilterHead.h"
 #include "OmbrixHalTModule.h"
+#include "OmbrixHalTTunerHead.h"
 
 namespace {
 
@@ -24,28 +30,41 @@ MapFilter* asMapFilter(OmbrixHalFilterHandle aThis) noexcept {
 
 // The tops of every chain that map filters made, linked through their `next`. A chain's own
 // `context` word holds the head of its map filters' list, which the chain therefore hands to
-// the fan-out with every delivery. The lists are changed on the clients' threads and read on
-// the delivery thread without a lock.
+// the fan-out with every delivery, and changes only under the chain's tuner hold. The list of
+// chains is changed and searched by the clients' threads under realFiltersLock (taken after a
+// tuner's hold, never before); the delivery thread never reads it.
+std::mutex realFiltersLock;
 OmbrixHalFilterHandle realFilters = nullptr;
 
-// The chain whose output this thread is fanning out, and the chains whose last client closed
-// its map filter from inside that fan-out: the chain's own filters are still on the call stack
-// then, so they are taken apart only when its root has finished the packet.
-thread_local OmbrixHalFilterHandle fanningOut = nullptr;
-thread_local OmbrixHalFilterHandle deferredChains = nullptr;
+// Where a fan-out on this thread goes on after the handler it is calling: a handler may close
+// the client that comes next, which then takes its successor's place here.
+struct FanOutCursor {
+  OmbrixHalFilterHandle next;
+  FanOutCursor* outer;
+};
+thread_local FanOutCursor* fanOutCursors = nullptr;
 
-void fanOut(OmbrixHalFilterHandle aRealFilter, const uint8_t* aData, uint32_t aLength, void* aContext) noexcept {
-  const OmbrixHalFilterHandle outer = fanningOut;
-  fanningOut = aRealFilter;
-  for (auto map = static_cast<OmbrixHalFilterHandle>(aContext); map != nullptr;) {
-    // A client's handler may close its own map filter.
-    const OmbrixHalFilterHandle next = map->next;
+void fanOut(OmbrixHalFilterHandle /*aRealFilter*/, const uint8_t* aData, uint32_t aLength, void* aContext) noexcept {
+  FanOutCursor cursor{nullptr, fanOutCursors};
+  fanOutCursors = &cursor;
+  for (auto map = static_cast<OmbrixHalFilterHandle>(aContext); map != nullptr; map = cursor.next) {
+    cursor.next = map->next;
     if (asMapFilter(map)->enabled) {
       map->handler(map, aData, aLength, map->context);
     }
-    map = next;
   }
-  fanningOut = outer;
+  fanOutCursors = cursor.outer;
+}
+
+// Takes `map` out of its chain's list: a fan-out of this thread that was to visit it next
+// visits its successor instead.
+void leaveMapList(OmbrixHalFilterHandle real, OmbrixHalFilterHandle map) noexcept {
+  for (FanOutCursor* cursor = fanOutCursors; cursor != nullptr; cursor = cursor->outer) {
+    if (cursor->next == map) {
+      cursor->next = map->next;
+    }
+  }
+  real->context = OmbrixHalFilterRemoveFilterFromList(static_cast<OmbrixHalFilterHandle>(real->context), map);
 }
 
 bool hasEverySlotAMapFilterUses(const OmbrixHalFilterHead& real) noexcept {
@@ -73,8 +92,15 @@ void joinRealFilter(MapFilter& map, OmbrixHalFilterHandle real) noexcept {
   map.realFilter = real;
 }
 
+// Under the map filter's tuner hold, which also keeps any other thread from making a chain of
+// this tuner in the meantime.
 bool attach(MapFilter& map) noexcept {
-  if (OmbrixHalFilterHandle shared = findRealFilter(map.head); shared != nullptr) {
+  OmbrixHalFilterHandle shared = nullptr;
+  {
+    std::lock_guard guard(realFiltersLock);
+    shared = findRealFilter(map.head);
+  }
+  if (shared != nullptr) {
     joinRealFilter(map, shared);
     return true;
   }
@@ -91,11 +117,16 @@ bool attach(MapFilter& map) noexcept {
   }
   real->tuner = map.head.tuner;
   real->operations.SetParameter(real, &map.head.parameter);
-  realFilters = OmbrixHalFilterAddFilterToList(realFilters, real);
+  {
+    std::lock_guard guard(realFiltersLock);
+    realFilters = OmbrixHalFilterAddFilterToList(realFilters, real);
+  }
   joinRealFilter(map, real);
   return true;
 }
 
+// Under the map filter's tuner hold. A chain whose last client leaves is destroyed at once,
+// even from a handler of its own: what its filters free waits for the delivery to unwind.
 void detach(MapFilter& map) noexcept {
   OmbrixHalFilterHandle real = map.realFilter;
   if (real == nullptr) {
@@ -105,16 +136,14 @@ void detach(MapFilter& map) noexcept {
   if (wasRunning) {
     real->operations.Stop(real);
   }
-  real->context = OmbrixHalFilterRemoveFilterFromList(static_cast<OmbrixHalFilterHandle>(real->context), &map.head);
   map.realFilter = nullptr;
+  leaveMapList(real, &map.head);
   if (real->context == nullptr) {
-    realFilters = OmbrixHalFilterRemoveFilterFromList(realFilters, real);
-    if (real == fanningOut) {
-      deferredChains = OmbrixHalFilterAddFilterToList(deferredChains, real);
-      ombrixhal::chainsDeferred = true;
-    } else {
-      real->operations.Destroy(real);
+    {
+      std::lock_guard guard(realFiltersLock);
+      realFilters = OmbrixHalFilterRemoveFilterFromList(realFilters, real);
     }
+    real->operations.Destroy(real);
   } else if (wasRunning) {
     real->operations.Start(real);
   }
@@ -142,21 +171,6 @@ constexpr OmbrixHalFilterOperations kMapFilterOperations = {
 
 }  // namespace
 
-namespace ombrixhal {
-
-Relaxed<bool> chainsDeferred{false};
-
-void destroyDeferredChains() noexcept {
-  while (deferredChains != nullptr) {
-    OmbrixHalFilterHandle real = deferredChains;
-    deferredChains = real->next;
-    real->next = nullptr;
-    real->operations.Destroy(real);
-  }
-}
-
-}  // namespace ombrixhal
-
 OmbrixHalFilterHandle OmbrixHalMapFilterOpen(OmbrixHalTunerHandle aTuner, OmbrixHalFilterType aType,
                                              OmbrixHalFilterHandler aHandler, void* aContext) noexcept {
   auto* map = ombrixhal::newFilterKind<MapFilter>(kMapFilterOperations, aType, __FILE__, __LINE__);
@@ -176,9 +190,9 @@ OmbrixHalBool OmbrixHalMapFilterClose(OmbrixHalFilterHandle This) noexcept {
   if (This == nullptr) {
     return 0;
   }
-  MapFilter* map = asMapFilter(This);
-  detach(*map);
-  ombrixhal::deleteFilterKind(map, __FILE__, __LINE__);
+  ombrixhal::TunerHold hold(This->tuner);
+  detach(*asMapFilter(This));
+  ombrixhal::retireFilter(This);
   return 1;
 }
 
@@ -187,6 +201,7 @@ OmbrixHalBool OmbrixHalMapFilterSetParameter(OmbrixHalFilterHandle This,
   if (This == nullptr || aParameter == nullptr) {
     return 0;
   }
+  ombrixhal::TunerHold hold(This->tuner);
   MapFilter* map = asMapFilter(This);
   map->parameterSet = 0;
   detach(*map);
@@ -204,7 +219,11 @@ OmbrixHalBool OmbrixHalMapFilterGetParameter(OmbrixHalFilterHandle This, OmbrixH
 }
 
 OmbrixHalBool OmbrixHalMapFilterStart(OmbrixHalFilterHandle This) noexcept {
-  if (This == nullptr || asMapFilter(This)->realFilter == nullptr) {
+  if (This == nullptr) {
+    return 0;
+  }
+  ombrixhal::TunerHold hold(This->tuner);
+  if (asMapFilter(This)->realFilter == nullptr) {
     return 0;
   }
   MapFilter* map = asMapFilter(This);
@@ -217,7 +236,11 @@ OmbrixHalBool OmbrixHalMapFilterStart(OmbrixHalFilterHandle This) noexcept {
 }
 
 OmbrixHalBool OmbrixHalMapFilterStop(OmbrixHalFilterHandle This) noexcept {
-  if (This == nullptr || asMapFilter(This)->realFilter == nullptr) {
+  if (This == nullptr) {
+    return 0;
+  }
+  ombrixhal::TunerHold hold(This->tuner);
+  if (asMapFilter(This)->realFilter == nullptr) {
     return 0;
   }
   MapFilter* map = asMapFilter(This);
@@ -236,7 +259,11 @@ OmbrixHalBool OmbrixHalMapFilterIsEnabled(OmbrixHalFilterHandle This) noexcept {
 }
 
 void OmbrixHalMapFilterReset(OmbrixHalFilterHandle This) noexcept {
-  OmbrixHalFilterHandle real = This != nullptr ? asMapFilter(This)->realFilter : nullptr;
+  if (This == nullptr) {
+    return;
+  }
+  ombrixhal::TunerHold hold(This->tuner);
+  OmbrixHalFilterHandle real = asMapFilter(This)->realFilter;
   if (real != nullptr && real->operations.Reset != nullptr) {
     real->operations.Reset(real);
   }

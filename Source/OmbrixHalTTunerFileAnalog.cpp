@@ -37,7 +37,7 @@ constexpr int32_t kSeekCurrent = 1;
 constexpr int32_t kSeekEnd = 2;
 
 using ombrixhal::FileTunerHandlerEntry;
-using ombrixhal::StateGuard;
+using ombrixhal::TunerHold;
 
 struct FileAnalogTuner {
   OmbrixHalTunerHead head;
@@ -45,21 +45,19 @@ struct FileAnalogTuner {
   OmbrixHalFileHandle File;
   FileTunerHandlerEntry Handlers[kHandlerCount];
   uint32_t CurrentField;  // 0 (none yet), 1 or 2: the field of the last record read
-  OmbrixHalCriticalSectionHandle PaceGate;   // held while no paced play is active
-  OmbrixHalCriticalSectionHandle StateLock;  // the file, the handlers, the status
-  ombrixhal::Relaxed<uint32_t> Paced;  // read by Receive before it waits for StateLock
+  OmbrixHalCriticalSectionHandle PaceGate;  // held while no paced play is active
+  ombrixhal::Relaxed<uint32_t> Paced;  // read by Receive before it waits for the hold
   ombrixhal::Relaxed<uint32_t> Running;
   std::atomic<uint32_t> ThreadFinished;  // released last by the thread: Destroy frees after it
   OmbrixHalThreadHandle Thread;
   bool GateHeld;  // the application side holds PaceGate
-  ombrixhal::Relaxed<const void*> DeliveringThread;
 };
 
 FileAnalogTuner* tunerOf(OmbrixHalTunerHandle aThis, const char* functionName) noexcept {
   return ombrixhal::fileTunerOf<FileAnalogTuner>(aThis, functionName);
 }
 
-// Under StateLock.
+// Under the tuner's hold.
 OmbrixHalTunerStatus statusOf(const FileAnalogTuner& tuner) noexcept {
   return ombrixhal::fileStatus(tuner.File, tuner.RepetitionsDone, tuner.head.Parameter.AnalogFile.Repetitions);
 }
@@ -99,7 +97,7 @@ bool readRecord(FileAnalogTuner& tuner, uint8_t (&record)[kRecordSize]) noexcept
   return OmbrixHalFileRead(tuner.File, record, kRecordSize) == kRecordSize;
 }
 
-// On the delivering thread, which holds StateLock.
+// On the delivering thread, which holds the tuner.
 void dispatch(FileAnalogTuner& tuner, const uint8_t* record) noexcept {
   // A handler may unregister itself or another: each entry is read just before its call.
   for (const FileTunerHandlerEntry& entry : tuner.Handlers) {
@@ -110,7 +108,7 @@ void dispatch(FileAnalogTuner& tuner, const uint8_t* record) noexcept {
   }
 }
 
-// Under StateLock: the records of one field; the first record of the next field is left for
+// Under the tuner's hold: the records of one field; the first record of the next field is left for
 // the next cycle.
 void playField(FileAnalogTuner& tuner) noexcept {
   uint8_t record[kRecordSize];
@@ -132,7 +130,7 @@ void playField(FileAnalogTuner& tuner) noexcept {
   }
 }
 
-// Under StateLock: out the rest of the field's interval from `startMs`, measured on the tick
+// Under the tuner's hold: out the rest of the field's interval from `startMs`, measured on the tick
 // count modulo one second, so an interval of 1000 ms or more never runs out. Destroy may cut
 // the wait short; nothing else does.
 void waitOutField(const FileAnalogTuner& tuner, uint32_t startMs) noexcept {
@@ -154,22 +152,20 @@ void waitOutField(const FileAnalogTuner& tuner, uint32_t startMs) noexcept {
 
 uint32_t pace(void* aParameter) {
   FileAnalogTuner& tuner = *static_cast<FileAnalogTuner*>(aParameter);
-  const void* self = ombrixhal::currentThread();
   while (tuner.Running) {
     OmbrixHalCriticalSectionEnter(tuner.PaceGate);
-    OmbrixHalCriticalSectionEnter(tuner.StateLock);
-    if (!tuner.Running) {
-      OmbrixHalCriticalSectionLeave(tuner.StateLock);
-      OmbrixHalCriticalSectionLeave(tuner.PaceGate);
+    ombrixhal::holdTuner(&tuner.head);
+    const bool running = tuner.Running;
+    if (running) {
+      const uint32_t startMs = OmbrixHalClockGetTicks() % kTickWrapMs;
+      playField(tuner);
+      waitOutField(tuner, startMs);
+    }
+    ombrixhal::releaseTuner(&tuner.head);
+    OmbrixHalCriticalSectionLeave(tuner.PaceGate);
+    if (!running) {
       break;
     }
-    const uint32_t startMs = OmbrixHalClockGetTicks() % kTickWrapMs;
-    tuner.DeliveringThread = self;
-    playField(tuner);
-    tuner.DeliveringThread = nullptr;
-    waitOutField(tuner, startMs);
-    OmbrixHalCriticalSectionLeave(tuner.StateLock);
-    OmbrixHalCriticalSectionLeave(tuner.PaceGate);
   }
   tuner.ThreadFinished.store(1, std::memory_order_release);
   return 0;
@@ -205,10 +201,9 @@ OmbrixHalTunerHandle OmbrixHalTunerFileAnalogCreate(void) noexcept {
   auto* tuner = new (memory) FileAnalogTuner{};
   ombrixhal::initTunerHead(tuner->head, kFileAnalogOperations, OMBRIX_HAL_TUNER_TYPE_ANALOG_FILE);
   tuner->PaceGate = OmbrixHalCriticalSectionCreate();
-  tuner->StateLock = OmbrixHalCriticalSectionCreate();
-  if (tuner->PaceGate == nullptr || tuner->StateLock == nullptr) {
+  if (tuner->PaceGate == nullptr || !ombrixhal::createDeliveryLock(tuner->head)) {
     OmbrixHalCriticalSectionDestroy(tuner->PaceGate);
-    OmbrixHalCriticalSectionDestroy(tuner->StateLock);
+    OmbrixHalCriticalSectionDestroy(tuner->head.DeliveryLock);
     freeTuner(tuner);
     return nullptr;
   }
@@ -239,7 +234,7 @@ OmbrixHalBool OmbrixHalTunerFileAnalogDestroy(OmbrixHalTunerHandle This) noexcep
   tuner->File = nullptr;
   ombrixhal::closeTunerHead(tuner->head);
   const bool paceGateDestroyed = OmbrixHalCriticalSectionDestroy(tuner->PaceGate) != 0;
-  const bool stateLockDestroyed = OmbrixHalCriticalSectionDestroy(tuner->StateLock) != 0;
+  const bool stateLockDestroyed = OmbrixHalCriticalSectionDestroy(tuner->head.DeliveryLock) != 0;
   if (!paceGateDestroyed || !stateLockDestroyed) {
     return 0;
   }
@@ -258,7 +253,7 @@ OmbrixHalBool OmbrixHalTunerFileAnalogSetParameter(OmbrixHalTunerHandle This,
   }
   // The thread is held for the whole change: it finishes the field it plays first.
   ombrixhal::holdPaceGate(*tuner);
-  OmbrixHalCriticalSectionEnter(tuner->StateLock);
+  TunerHold hold(&tuner->head);
   if (tuner->File != nullptr) {
     OmbrixHalFileClose(tuner->File);
     tuner->File = nullptr;
@@ -270,13 +265,12 @@ OmbrixHalBool OmbrixHalTunerFileAnalogSetParameter(OmbrixHalTunerHandle This,
   tuner->File = OmbrixHalFileOpen(record.Name, kFileMode);
   if (tuner->File == nullptr) {
     tuner->Paced = 0;
-    OmbrixHalCriticalSectionLeave(tuner->StateLock);
     return 0;
   }
   tuner->RepetitionsDone = 0;
   resetFilters(*tuner);
   tuner->CurrentField = 0;
-  OmbrixHalCriticalSectionLeave(tuner->StateLock);
+  // The thread starts once the hold ends: it waits for it anyway.
   if (tuner->Paced) {
     ombrixhal::releasePaceGate(*tuner);
   }
@@ -298,19 +292,18 @@ OmbrixHalTunerStatus OmbrixHalTunerFileAnalogGetStatus(OmbrixHalTunerHandle This
   if (tuner == nullptr) {
     return OMBRIX_HAL_TUNER_STATUS_UNKNOWN;
   }
-  StateGuard guard(*tuner);
+  TunerHold hold(&tuner->head);
   return statusOf(*tuner);
 }
 
 OmbrixHalBool OmbrixHalTunerFileAnalogReceive(OmbrixHalTunerHandle This) noexcept {
   FileAnalogTuner* tuner = tunerOf(This, kReceiveName);
-  const void* self = ombrixhal::currentThread();
   // A handler pulling from its own tuner would overwrite the record it is being given. While
-  // paced, the thread holds StateLock for a whole field: refuse without waiting for it.
-  if (tuner == nullptr || tuner->DeliveringThread == self || tuner->Paced) {
+  // paced, the thread holds the tuner for a whole field: refuse without waiting for it.
+  if (tuner == nullptr || ombrixhal::holdsTuner(tuner->head) || tuner->Paced) {
     return 0;
   }
-  OmbrixHalCriticalSectionEnter(tuner->StateLock);
+  TunerHold hold(&tuner->head);
   // Kept: the status is asked but never refuses (it is never 0); the end of the play shows in
   // the reads. Without a file there is nothing to read.
   OmbrixHalBool delivered = 0;
@@ -322,13 +315,10 @@ OmbrixHalBool OmbrixHalTunerFileAnalogReceive(OmbrixHalTunerHandle This) noexcep
       haveRecord = readRecord(*tuner, record);
     }
     if (haveRecord) {
-      tuner->DeliveringThread = self;
       dispatch(*tuner, record);
-      tuner->DeliveringThread = nullptr;
       delivered = 1;
     }
   }
-  OmbrixHalCriticalSectionLeave(tuner->StateLock);
   return delivered;
 }
 
@@ -340,7 +330,7 @@ OmbrixHalBool OmbrixHalTunerFileAnalogRegisterPacketHandler(OmbrixHalTunerHandle
   if (tuner == nullptr || aHandler == nullptr || aContext == nullptr) {
     return 0;
   }
-  StateGuard guard(*tuner);
+  TunerHold hold(&tuner->head);
   for (FileTunerHandlerEntry& entry : tuner->Handlers) {
     if (entry.context == nullptr) {
       entry = {aHandler, aContext};
@@ -357,7 +347,7 @@ OmbrixHalBool OmbrixHalTunerFileAnalogUnregisterPacketHandler(OmbrixHalTunerHand
   if (tuner == nullptr || aContext == nullptr) {
     return 0;
   }
-  StateGuard guard(*tuner);
+  TunerHold hold(&tuner->head);
   for (FileTunerHandlerEntry& entry : tuner->Handlers) {
     if (entry.context == aContext) {
       entry = {};

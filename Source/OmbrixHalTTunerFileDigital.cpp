@@ -45,9 +45,8 @@ constexpr uint16_t kAnyPid = 0xffff;
 static_assert(kChunkSize == 256 * kPacketSize);
 static_assert(kHandlerCount == 64, "the occupied mask has one bit per handler entry");
 
-using ombrixhal::currentThread;
 using ombrixhal::FileTunerHandlerEntry;
-using ombrixhal::StateGuard;
+using ombrixhal::TunerHold;
 
 struct FileDigitalTuner {
   OmbrixHalTunerHead head;
@@ -55,9 +54,8 @@ struct FileDigitalTuner {
   OmbrixHalFileHandle File;
   FileTunerHandlerEntry Handlers[kHandlerCount];
   uint32_t MicrosecondsPerPacket;
-  uint32_t MillisecondsPerPacket;            // 0 when faster than 1000 packets per second
-  OmbrixHalCriticalSectionHandle StateLock;  // the file, the cursor, the handlers, the status
-  OmbrixHalCriticalSectionHandle PaceGate;   // held while no paced play is active
+  uint32_t MillisecondsPerPacket;           // 0 when faster than 1000 packets per second
+  OmbrixHalCriticalSectionHandle PaceGate;  // held while no paced play is active
   uint32_t Paced;
   ombrixhal::Relaxed<uint32_t> Running;
   std::atomic<uint32_t> ThreadFinished;  // released last by the thread: Destroy frees after it
@@ -75,7 +73,6 @@ struct FileDigitalTuner {
   uint64_t* PidMasks;  // kPidCount words
   uint16_t HandlerPid[kHandlerCount];  // kAnyPid, or the PID whose mask holds the entry
   bool GateHeld;  // the application side holds PaceGate
-  ombrixhal::Relaxed<const void*> DeliveringThread;
 };
 
 FileDigitalTuner* asFileDigitalTuner(OmbrixHalTunerHandle aThis) noexcept {
@@ -86,7 +83,7 @@ FileDigitalTuner* tunerOf(OmbrixHalTunerHandle aThis, const char* functionName) 
   return ombrixhal::fileTunerOf<FileDigitalTuner>(aThis, functionName);
 }
 
-// Under StateLock.
+// Under the tuner's hold.
 OmbrixHalTunerStatus statusOf(const FileDigitalTuner& tuner) noexcept {
   return ombrixhal::fileStatus(tuner.File, tuner.RepetitionsDone, tuner.head.Parameter.DigitalFile.Repetitions);
 }
@@ -142,7 +139,7 @@ void dispatch(FileDigitalTuner& tuner, const uint8_t* packet) noexcept {
   }
 }
 
-// Under StateLock: takes entry `index` out of the mask it stands in.
+// Under the tuner's hold: takes entry `index` out of the mask it stands in.
 void unindexEntry(FileDigitalTuner& tuner, int index) noexcept {
   const uint64_t bit = uint64_t{1} << index;
   if (tuner.HandlerPid[index] == kAnyPid) {
@@ -152,7 +149,7 @@ void unindexEntry(FileDigitalTuner& tuner, int index) noexcept {
   }
 }
 
-// Under StateLock: entry `index` takes packets of `pid` only, or every packet.
+// Under the tuner's hold: entry `index` takes packets of `pid` only, or every packet.
 void indexEntry(FileDigitalTuner& tuner, int index, uint32_t pid) noexcept {
   const uint64_t bit = uint64_t{1} << index;
   if (pid < kPidCount) {
@@ -166,7 +163,7 @@ void indexEntry(FileDigitalTuner& tuner, int index, uint32_t pid) noexcept {
 
 void setHandlerPid(OmbrixHalTunerHandle aThis, void* aContext, uint32_t aPid) noexcept;
 
-// Under StateLock: the next packet, or NULL when the play has ended or the file gives no more.
+// Under the tuner's hold: the next packet, or NULL when the play has ended or the file gives no more.
 const uint8_t* nextPacket(FileDigitalTuner& tuner) noexcept {
   if (tuner.BytesLeft < kPacketSize && !readChunk(tuner)) {
     const uint16_t repetitions = tuner.head.Parameter.DigitalFile.Repetitions;
@@ -189,9 +186,8 @@ const uint8_t* nextPacket(FileDigitalTuner& tuner) noexcept {
   return packet;
 }
 
-// Under StateLock, on the thread `self`: up to `count` packets; how many came.
-uint32_t deliver(FileDigitalTuner& tuner, uint32_t count, const void* self) noexcept {
-  tuner.DeliveringThread = self;
+// Under the tuner's hold: up to `count` packets; how many came.
+uint32_t deliver(FileDigitalTuner& tuner, uint32_t count) noexcept {
   uint32_t delivered = 0;
   for (; delivered < count; ++delivered) {
     const uint8_t* packet = nextPacket(tuner);
@@ -200,22 +196,17 @@ uint32_t deliver(FileDigitalTuner& tuner, uint32_t count, const void* self) noex
     }
     dispatch(tuner, packet);
   }
-  tuner.DeliveringThread = nullptr;
   return delivered;
 }
 
 // Pulls up to `count` packets as as many Receive calls would; how many came.
 uint32_t receive(FileDigitalTuner& tuner, uint32_t count) noexcept {
   // A handler pulling from its own tuner would overwrite the packet it is being given.
-  const void* self = currentThread();
-  if (tuner.DeliveringThread == self) {
+  if (ombrixhal::holdsTuner(tuner.head)) {
     return 0;
   }
-  OmbrixHalCriticalSectionEnter(tuner.StateLock);
-  const uint32_t delivered =
-      !tuner.Paced && statusOf(tuner) == OMBRIX_HAL_TUNER_STATUS_LOCKED ? deliver(tuner, count, self) : 0;
-  OmbrixHalCriticalSectionLeave(tuner.StateLock);
-  return delivered;
+  TunerHold hold(&tuner.head);
+  return !tuner.Paced && statusOf(tuner) == OMBRIX_HAL_TUNER_STATUS_LOCKED ? deliver(tuner, count) : 0;
 }
 
 // The tuner front's batch: the lock is taken once per chunk's worth of packets rather than per
@@ -236,21 +227,19 @@ uint32_t receivePackets(OmbrixHalTunerHandle aThis, uint32_t aCount) noexcept {
 
 uint32_t pace(void* aParameter) {
   FileDigitalTuner& tuner = *static_cast<FileDigitalTuner*>(aParameter);
-  const void* self = currentThread();
   while (tuner.Running) {
     uint32_t sleepMs = 0;
     OmbrixHalCriticalSectionEnter(tuner.PaceGate);
     if (tuner.Running) {
-      OmbrixHalCriticalSectionEnter(tuner.StateLock);
+      TunerHold hold(&tuner.head);
       if (tuner.MillisecondsPerPacket != 0) {
-        deliver(tuner, 1, self);
+        deliver(tuner, 1);
         sleepMs = tuner.MillisecondsPerPacket;
       } else {
         // 0 comes only from a rate whose product wrapped: play as fast as the pace allows.
-        deliver(tuner, 10000 / std::max(tuner.MicrosecondsPerPacket, uint32_t{1}), self);
+        deliver(tuner, 10000 / std::max(tuner.MicrosecondsPerPacket, uint32_t{1}));
         sleepMs = kCycleMs;
       }
-      OmbrixHalCriticalSectionLeave(tuner.StateLock);
     }
     OmbrixHalCriticalSectionLeave(tuner.PaceGate);
     // Slept with no lock held, so that register, status and a new set-parameter get their
@@ -281,7 +270,7 @@ uint32_t signalOf(OmbrixHalTunerHandle aThis, const char* functionName) noexcept
   if (tuner == nullptr) {
     return 0;
   }
-  StateGuard guard(*tuner);
+  TunerHold hold(&tuner->head);
   return statusOf(*tuner) == OMBRIX_HAL_TUNER_STATUS_LOCKED ? 100 : 0;
 }
 
@@ -325,10 +314,9 @@ OmbrixHalTunerHandle OmbrixHalTunerFileDigitalCreate(void) noexcept {
   tuner->head.ReceivePackets = receivePackets;
   tuner->head.SetHandlerPid = setHandlerPid;
   std::fill_n(tuner->PidMasks, kPidCount, uint64_t{0});
-  tuner->StateLock = OmbrixHalCriticalSectionCreate();
   tuner->PaceGate = OmbrixHalCriticalSectionCreate();
-  if (tuner->StateLock == nullptr || tuner->PaceGate == nullptr) {
-    OmbrixHalCriticalSectionDestroy(tuner->StateLock);
+  if (!ombrixhal::createDeliveryLock(tuner->head) || tuner->PaceGate == nullptr) {
+    OmbrixHalCriticalSectionDestroy(tuner->head.DeliveryLock);
     OmbrixHalCriticalSectionDestroy(tuner->PaceGate);
     freeTuner(tuner);
     return nullptr;
@@ -353,7 +341,7 @@ OmbrixHalBool OmbrixHalTunerFileDigitalDestroy(OmbrixHalTunerHandle This) noexce
     tuner->File = nullptr;
   }
   ombrixhal::closeTunerHead(tuner->head);
-  const bool stateLockDestroyed = OmbrixHalCriticalSectionDestroy(tuner->StateLock) != 0;
+  const bool stateLockDestroyed = OmbrixHalCriticalSectionDestroy(tuner->head.DeliveryLock) != 0;
   const bool paceGateDestroyed = OmbrixHalCriticalSectionDestroy(tuner->PaceGate) != 0;
   if (!stateLockDestroyed || !paceGateDestroyed) {
     return 0;
@@ -373,7 +361,7 @@ OmbrixHalBool OmbrixHalTunerFileDigitalSetParameter(OmbrixHalTunerHandle This,
   }
   // The thread is held for the whole change: it finishes its cycle on the old play first.
   ombrixhal::holdPaceGate(*tuner);
-  OmbrixHalCriticalSectionEnter(tuner->StateLock);
+  ombrixhal::holdTuner(&tuner->head);
   tuner->RepetitionsDone = 0;
   tuner->Paced = 0;
   if (tuner->File != nullptr) {
@@ -392,7 +380,7 @@ OmbrixHalBool OmbrixHalTunerFileDigitalSetParameter(OmbrixHalTunerHandle This,
   // Kept: a file without sync stays open.
   const bool playing = tuner->File != nullptr && synchronise(*tuner);
   const bool paced = playing && tuner->Paced;
-  OmbrixHalCriticalSectionLeave(tuner->StateLock);
+  ombrixhal::releaseTuner(&tuner->head);
   if (paced) {
     ombrixhal::releasePaceGate(*tuner);
   }
@@ -414,7 +402,7 @@ OmbrixHalTunerStatus OmbrixHalTunerFileDigitalGetStatus(OmbrixHalTunerHandle Thi
   if (tuner == nullptr) {
     return OMBRIX_HAL_TUNER_STATUS_UNKNOWN;
   }
-  StateGuard guard(*tuner);
+  TunerHold hold(&tuner->head);
   return statusOf(*tuner);
 }
 
@@ -431,7 +419,7 @@ OmbrixHalBool OmbrixHalTunerFileDigitalRegisterPacketHandler(OmbrixHalTunerHandl
   if (tuner == nullptr || aHandler == nullptr || aContext == nullptr) {
     return 0;
   }
-  StateGuard guard(*tuner);
+  TunerHold hold(&tuner->head);
   const uint64_t free = ~tuner->Occupied;
   if (free == 0) {
     return 0;
@@ -450,7 +438,7 @@ OmbrixHalBool OmbrixHalTunerFileDigitalUnregisterPacketHandler(OmbrixHalTunerHan
   if (tuner == nullptr || aContext == nullptr) {
     return 0;
   }
-  StateGuard guard(*tuner);
+  TunerHold hold(&tuner->head);
   for (uint64_t pending = tuner->Occupied; pending != 0; pending &= pending - 1) {
     const int entry = std::countr_zero(pending);
     if (tuner->Handlers[entry].context == aContext) {
@@ -467,7 +455,7 @@ namespace {
 
 void setHandlerPid(OmbrixHalTunerHandle aThis, void* aContext, uint32_t aPid) noexcept {
   FileDigitalTuner& tuner = *asFileDigitalTuner(aThis);
-  StateGuard guard(tuner);
+  TunerHold hold(&tuner.head);
   for (uint64_t pending = tuner.Occupied; pending != 0; pending &= pending - 1) {
     const int entry = std::countr_zero(pending);
     if (tuner.Handlers[entry].context == aContext) {

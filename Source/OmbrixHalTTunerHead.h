@@ -6,6 +6,9 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "OmbrixHalCriticalSection.h"
+#include "OmbrixHalFilter.h"
+#include "OmbrixHalTModule.h"
 #include "OmbrixHalTimer.h"
 #include "OmbrixHalTuner.h"
 
@@ -25,6 +28,15 @@ struct OmbrixHalTunerHead {
   // Optional: the packet handler registered with aContext acts only on packets of aPid (a PID
   // above 0x1fff: on every packet), so a kind may leave it out for the others.
   void (*SetHandlerPid)(OmbrixHalTunerHandle aThis, void* aContext, uint32_t aPid);
+  // The kind delivers while it holds this lock, and control calls hold it while they change
+  // what a delivery reaches (handlers, filters started, stopped or closed): see holdTuner.
+  // NULL for a kind that delivers nothing.
+  OmbrixHalCriticalSectionHandle DeliveryLock;
+  ombrixhal::Relaxed<const void*> LockOwner;  // the thread that holds DeliveryLock, or NULL
+  uint32_t LockDepth;                          // the owner's holds, nested
+  // Filters that the owner closed while it held the lock: a delivery may still stand on them,
+  // so their memory goes when the outermost hold ends. Linked through their nextLive.
+  OmbrixHalFilterHandle RetiredFilters;
 };
 
 static_assert(sizeof(OmbrixHalTunerOperations) == 12 * sizeof(void (*)()));
@@ -46,6 +58,35 @@ inline void closeTunerHead(OmbrixHalTunerHead& head) noexcept {
   OmbrixHalTimerClose(head.LockTimer);
   head.LockTimer = nullptr;
 }
+
+// Tells the calling thread from the others; cheaper than asking the thread module for an id
+// on every packet.
+inline const void* currentThread() noexcept {
+  static thread_local const char marker = 0;
+  return &marker;
+}
+
+// Holds the tuner's DeliveryLock for the calling thread: while held, no delivery of this tuner
+// runs on another thread. Recursive, so that a handler (whose thread delivers under the lock)
+// and a call nested in another may hold it again. Without a tuner or a lock it holds nothing.
+void holdTuner(OmbrixHalTunerHandle aTuner) noexcept;
+// Ends one hold; the outermost also frees the filters retired under it.
+void releaseTuner(OmbrixHalTunerHandle aTuner) noexcept;
+
+inline bool holdsTuner(const OmbrixHalTunerHead& tuner) noexcept {
+  return tuner.LockOwner == currentThread();
+}
+
+class TunerHold {
+ public:
+  explicit TunerHold(OmbrixHalTunerHandle tuner) noexcept : tuner_(tuner) { holdTuner(tuner_); }
+  ~TunerHold() { releaseTuner(tuner_); }
+  TunerHold(const TunerHold&) = delete;
+  TunerHold& operator=(const TunerHold&) = delete;
+
+ private:
+  OmbrixHalTunerHandle tuner_;
+};
 
 // The kind behind a handle. Each kind wraps this once, as asFileDigitalTuner(This) and the like.
 template <typename Kind>

@@ -9,6 +9,7 @@
 
 #include "OmbrixHalStreamBuilder.h"
 #include "OmbrixHalTFilterHead.h"
+#include "OmbrixHalTTunerHead.h"
 #include "OmbrixHalTestFixture.h"
 
 namespace ombrixhal::test {
@@ -41,9 +42,12 @@ struct FakeParentFilter {
 
   // Closing the stage closes its parent: this count survives the fake.
   static inline int destroyed = 0;
+  // The tuner every fake lives on: it outlives a fake that its stage closes during delivery.
+  static inline OmbrixHalTunerHead tuner{};
 
-  // Gives the stage one unit of data, as the parent's own delivery would.
+  // Gives the stage one unit of data, as the parent's own delivery would: holding its tuner.
   void deliver(const std::vector<uint8_t>& data) {
+    TunerHold hold(&tuner);
     input(&head, data.data(), static_cast<uint32_t>(data.size()), inputContext);
   }
 };
@@ -53,6 +57,11 @@ struct FakeParentFilter {
 inline FakeParentFilter* createFakeParent(OmbrixHalFilterType type = OMBRIX_HAL_FILTER_TYPE_TS) {
   auto* parent = new FakeParentFilter{};
   parent->head.type = type;
+  // Kept for the life of the process, so the library's restarts between tests keep it too.
+  if (FakeParentFilter::tuner.DeliveryLock == nullptr) {
+    FakeParentFilter::tuner.DeliveryLock = OmbrixHalCriticalSectionCreate();
+  }
+  parent->head.tuner = &FakeParentFilter::tuner;
   parent->head.operations = {
       .Destroy = [](OmbrixHalFilterHandle f) -> OmbrixHalBool {
         ++FakeParentFilter::destroyed;
