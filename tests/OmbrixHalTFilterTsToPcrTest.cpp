@@ -50,15 +50,12 @@ TEST_F(PcrReporting, CurrentPcrAdvances45UnitsAMillisecond) {
   EXPECT_EQ(currentPcr(), 256u + 4500u);
 }
 
-TEST_F(PcrReporting, SecondPcrCountsThePacketsSinceTheFirstIncludingItself) {
+TEST_F(PcrReporting, EachPcrCountsThePacketsSinceThePreviousIncludingItself) {
   start(Deliveries::record);
   parent->deliver(pcrPacket(1000));
-  for (uint32_t i = 0; i < 3; ++i) {
-    parent->deliver(tsPacket(i));
-  }
-  parent->deliver(pcrPacket(2000));
-  EXPECT_EQ(records(), (std::vector<Record>{{1000, 0}, {2000, 4}}));
-  EXPECT_EQ(deliveries.from(), (std::vector{filter, filter}));
+  deliver({tsPacket(0), tsPacket(1), tsPacket(2), pcrPacket(2000), tsPacket(3), pcrPacket(3000)});
+  EXPECT_EQ(records(), (std::vector<Record>{{1000, 0}, {2000, 4}, {3000, 2}}));
+  EXPECT_EQ(deliveries.from(), (std::vector{filter, filter, filter}));
 }
 
 TEST_F(PcrReporting, PacketsWithoutAPcrInTheirAdaptationFieldNeverGiveOne) {

@@ -19,6 +19,7 @@ TEST_F(PesAssembly, DeliversBoundedPacketsAtTheirEndAndUnboundedOnesAtTheNextUni
   const Bytes bounded = pesPacket(2006);  // over eleven TS packets
   const Bytes unbounded = pesPacket(500, false);
   const Bytes huge = pesPacket(70000, false);
+  const Bytes full = pesPacket(65536);
   const std::vector<Bytes> late = tsPacketsOf(pesPacket(600));
   Bytes endsInside = pesPacket(300);
   endsInside.resize(368, 0xff);  // two full payloads, the PES packet ending in the second
@@ -35,6 +36,7 @@ TEST_F(PesAssembly, DeliversBoundedPacketsAtTheirEndAndUnboundedOnesAtTheNextUni
     size_t deliveredBeforeIt;
   } cases[] = {
       {"bounded", tsPacketsOf(bounded), {bounded}, 1},
+      {"bounded, filling the 64 KiB exactly", tsPacketsOf(full), {full}, 1},
       {"unbounded", tsPacketsOf(unbounded), {unbounded}, 0},
       {"before the first unit start", lateThenNext,
        {next}, 1},

@@ -134,13 +134,15 @@ TEST_F(SectionChecks, CrcFailureIsCountedAndDeliveredOnlyWithoutTheCheck) {
   EXPECT_EQ(OmbrixHalFilterTsToSectionGetInfo(nullptr, &statistics) + OmbrixHalFilterTsToSectionInfoReset(nullptr), 0);
 }
 
-// The section starts 0x4E 0xB0 0x11 (table_id, then the length bytes).
+// The section starts 0x4E 0xB0 0x11 (table_id, then the length bytes); the short one is 7 bytes
+// long, the bytes beyond its end in the buffer those of the section before.
 TEST_F(SectionChecks, MatchAndMaskCompareTheFirstBytesIncludingTheLengthBytes) {
   const struct {
     uint32_t filterLen;
     Bytes match;
     Bytes mask;
     bool delivered;
+    size_t bodyLength = 13;
   } cases[] = {
       {0, {0x00}, {0xFF}, true},
       {1, {0x4E}, {0xFF}, true},
@@ -150,6 +152,7 @@ TEST_F(SectionChecks, MatchAndMaskCompareTheFirstBytesIncludingTheLengthBytes) {
       {3, {0x4E, 0xB0, 0x12}, {0xFF, 0xFF, 0xFF}, false},
       {3, {0x00, 0x00, 0x12}, {0x00, 0x00, 0xFC}, true},
       {20, {0x4E}, {0xFF}, true},
+      {10, {0x4E, 0xB0, 0x04, 0, 0, 0, 0, 0xAA, 0xAA, 0xAA}, {0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF}, true, 0},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "filterLen " << c.filterLen << " match " << int{c.match.back()});
@@ -157,7 +160,7 @@ TEST_F(SectionChecks, MatchAndMaskCompareTheFirstBytesIncludingTheLengthBytes) {
     std::copy(c.match.begin(), c.match.end(), parameter.match);
     std::copy(c.mask.begin(), c.mask.end(), parameter.mask);
     restartWith(parameter);
-    deliver(tsPacketsOf(section(0x4E, 13), true));
+    deliver(tsPacketsOf(section(0x4E, c.bodyLength), true));
     EXPECT_EQ(deliveries.calls.size(), c.delivered ? 1u : 0u);
   }
 }

@@ -80,28 +80,72 @@ TEST_F(MapFilterSharing, APidChangeMovesTheClientToAnotherChain) {
   OmbrixHalFilterClose(b);
 }
 
-TEST_F(MapFilterSharing, AHandlerMayCloseItsOwnFilterDuringDeliveryEvenTheLastOfItsChain) {
-  static int calls;
-  calls = 0;
-  const auto openSelfClosing = [this] {
-    const OmbrixHalFilterHandler closeSelf = [](OmbrixHalFilterHandle aFilter, const uint8_t*, uint32_t, void*) {
-      ++calls;
-      OmbrixHalFilterClose(aFilter);
+// The client called first closes itself, or the client the fan-out was to call next.
+TEST_F(MapFilterSharing, AHandlerMayCloseItsOwnOrAnotherClientDuringTheFanOut) {
+  for (const bool closesNext : {false, true}) {
+    SCOPED_TRACE(closesNext ? "closes the next" : "closes itself");
+    struct Closer {
+      OmbrixHalFilterHandle victim;
+      int calls;
     };
-    OmbrixHalFilterHandle closing = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, closeSelf, nullptr);
-    ASSERT_EQ(setPid(closing, 0x12), 1);
-    ASSERT_EQ(OmbrixHalFilterStart(closing), 1);
-  };
-  OmbrixHalFilterHandle kept = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, first);
-  openSelfClosing();
+    static Closer closer;
+    closer = {};
+    first.calls.clear();
+    second.calls.clear();
+    OmbrixHalFilterHandle kept = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, first);
+    OmbrixHalFilterHandle next = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, second);
+    OmbrixHalFilterHandle closing = OmbrixHalFilterOpen(
+        tuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr,
+        [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {
+          if (closer.calls++ == 0) {
+            OmbrixHalFilterClose(closer.victim);
+          }
+        },
+        nullptr);
+    closer.victim = closesNext ? next : closing;
+    ASSERT_EQ(setPid(closing, 0x12) + OmbrixHalFilterStart(closing), 2);
+    play(kStream);
+    EXPECT_EQ(closer.calls, closesNext ? 2 : 1);
+    EXPECT_EQ(first.data(), (std::vector{kPid12, kPid12}));
+    EXPECT_EQ(second.calls.size(), closesNext ? 0u : 2u);
+    OmbrixHalFilterClose(closesNext ? closing : next);
+    OmbrixHalFilterClose(kept);
+  }
+}
+
+// Only PID, type and tuner together make clients share a chain.
+TEST_F(MapFilterSharing, ClientsOfOtherTypesOrTunersGetChainsOfTheirOwn) {
+  const Bytes table = section(0x42, 300);
+  const Bytes pes = pesPacket(150);
+  std::vector<Bytes> packets = tsPacketsOf(table, true);
+  packets.push_back(tsPacketsOf(pes).front());
+  Deliveries pesClient;
+  OmbrixHalFilterHandle pesFilter = openStarted(OMBRIX_HAL_FILTER_TYPE_PES, 0x100, pesClient);
+  OmbrixHalFilterHandle sectionFilter = openStarted(OMBRIX_HAL_FILTER_TYPE_SECTION, 0x100, first);
+  play(concat(packets));
+  EXPECT_EQ(first.data(), std::vector<Bytes>{table});
+  EXPECT_EQ(pesClient.data(), std::vector<Bytes>{pes});
+  OmbrixHalFilterInfo info{};
+  EXPECT_EQ(OmbrixHalFilterGetInfo(pesFilter, &info), 1) << "a PES chain has no statistics, yet the slot is there";
+
+  OmbrixHalTunerHandle otherTuner = OmbrixHalTunerOpen("digitalFile");
+  const std::string otherPath = path + ".other";
+  writeBytes(otherPath, concat({kPid12, kPid12, kPid12}));
+  ASSERT_EQ(OmbrixHalTunerSetParameterByString(otherTuner, ("digitalFile: name=//local/" + otherPath).c_str()), 1);
+  OmbrixHalFilterHandle here = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, second);
+  OmbrixHalFilterHandle there = OmbrixHalFilterOpen(otherTuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, Deliveries::record,
+                                                    &pesClient);
+  ASSERT_EQ(setPid(there, 0x12) + OmbrixHalFilterStart(there), 2);
+  pesClient.calls.clear();
   play(kStream);
-  EXPECT_EQ(calls, 1);
-  EXPECT_EQ(first.data(), (std::vector{kPid12, kPid12}));
-  // The last client of a chain too: the chain goes once its packet is through.
-  OmbrixHalFilterClose(kept);
-  openSelfClosing();
-  play(kStream);
-  EXPECT_EQ(calls, 2);
+  EXPECT_EQ(OmbrixHalTunerReceive(otherTuner, 3), 1);
+  EXPECT_EQ(second.calls.size(), 2u);
+  EXPECT_EQ(pesClient.calls.size(), 3u);
+  for (OmbrixHalFilterHandle filter : {pesFilter, sectionFilter, here, there}) {
+    OmbrixHalFilterClose(filter);
+  }
+  OmbrixHalTunerClose(otherTuner);
+  std::remove(otherPath.c_str());
 }
 
 TEST_F(MapFilterSharing, StoppingOneOfTwoClientsRestartsTheChainForTheOther) {

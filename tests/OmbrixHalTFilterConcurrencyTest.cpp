@@ -1,0 +1,250 @@
+// Filters closed, stopped and opened by clients while their tuner delivers: from a handler on
+// the delivering thread, from other threads while a handler lingers, and from three client
+// threads at once against a paced tuner (the soak; OMBRIX_HAL_SOAK_SECONDS sets its length).
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <functional>
+#include <random>
+#include <thread>
+
+#include "OmbrixHalFileTunerFixture.h"
+
+namespace {
+
+using namespace ombrixhal::test;
+using namespace std::chrono_literals;
+
+constexpr uint32_t kSectionPid = 0x100;
+constexpr uint32_t kPesPid = 0x101;
+constexpr uint32_t kTeletextPid = 0x102;
+constexpr uint32_t kPcrPid = 0x103;
+
+Bytes onPid(Bytes packet, uint32_t pid) {
+  packet[1] = static_cast<uint8_t>((packet[1] & 0xe0) | pid >> 8);
+  packet[2] = static_cast<uint8_t>(pid);
+  return packet;
+}
+
+// `rounds` of what every filter kind delivers, each kind on its own PID: a section, a bounded
+// PES packet, a teletext PES packet of two lines, a PCR.
+Bytes multiplex(int rounds) {
+  std::vector<Bytes> packets;
+  const auto add = [&packets](const std::vector<Bytes>& carried, uint32_t pid) {
+    for (const Bytes& packet : carried) {
+      packets.push_back(onPid(packet, pid));
+    }
+  };
+  for (int round = 0; round < rounds; ++round) {
+    const auto seed = static_cast<uint8_t>(round);
+    add(tsPacketsOf(section(0x42, 300, seed), true), kSectionPid);
+    add(tsPacketsOf(pesPacket(400 + round)), kPesPid);
+    add(tsPacketsOf(teletextPes(0x10, {teletextUnit(0x02, seed), teletextUnit(0x03, seed)})), kTeletextPid);
+    add({pcrPacket(1000 + round)}, kPcrPid);
+  }
+  return concat(packets);
+}
+
+struct FilterKind {
+  const char* name;
+  OmbrixHalFilterType type;
+  uint32_t pid;
+  bool realChain;  // made with OmbrixHalFilterCreateRealFilter rather than opened as a client
+};
+
+const FilterKind kKinds[] = {
+    {"Section", OMBRIX_HAL_FILTER_TYPE_SECTION, kSectionPid, false},
+    {"Pes", OMBRIX_HAL_FILTER_TYPE_PES, kPesPid, false},
+    {"Teletext", OMBRIX_HAL_FILTER_TYPE_TELETEXT, kTeletextPid, false},
+    {"Pcr", OMBRIX_HAL_FILTER_TYPE_PCR, kPcrPid, false},
+    {"PesChain", OMBRIX_HAL_FILTER_TYPE_PES, kPesPid, true},
+    {"TeletextChain", OMBRIX_HAL_FILTER_TYPE_TELETEXT, kTeletextPid, true},
+};
+
+class FilterConcurrency : public FileTunerTest {
+ protected:
+  static constexpr int kRounds = 3;
+
+  OmbrixHalFilterHandle openKind(const FilterKind& kind, OmbrixHalFilterHandler handler, void* context) {
+    OmbrixHalFilterHandle filter = kind.realChain ? OmbrixHalFilterCreateRealFilter(tuner, kind.type, handler, context)
+                                                  : OmbrixHalFilterOpen(tuner, kind.type, nullptr, handler, context);
+    const OmbrixHalFilterParameter parameter = pidParameter(kind.pid);
+    EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter), 1);
+    EXPECT_EQ(OmbrixHalFilterStart(filter), 1);
+    return filter;
+  }
+  uint32_t pull() { return OmbrixHalTunerReceive(tuner, 100000); }
+};
+
+class HandlerOnItsOwnFilter : public FilterConcurrency, public ::testing::WithParamInterface<FilterKind> {};
+
+TEST_P(HandlerOnItsOwnFilter, ClosingItEndsTheDeliveryThere) {
+  load(multiplex(kRounds));
+  static int calls;
+  calls = 0;
+  openKind(GetParam(), [](OmbrixHalFilterHandle aFilter, const uint8_t*, uint32_t, void*) {
+    ++calls;
+    EXPECT_EQ(OmbrixHalFilterClose(aFilter), 1);
+  }, nullptr);
+  pull();
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_P(HandlerOnItsOwnFilter, StoppingItEndsTheDeliveryThere) {
+  load(multiplex(kRounds));
+  static int calls;
+  calls = 0;
+  OmbrixHalFilterHandle filter = openKind(GetParam(), [](OmbrixHalFilterHandle aFilter, const uint8_t*, uint32_t, void*) {
+    ++calls;
+    EXPECT_EQ(OmbrixHalFilterStop(aFilter), 1);
+  }, nullptr);
+  pull();
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryKind, HandlerOnItsOwnFilter, ::testing::ValuesIn(kKinds),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// A handler that, at its first call, waits until another thread is about to act and then
+// lingers, noting whether that act came back while the delivery was still under way.
+struct Lingering {
+  static void handler(OmbrixHalFilterHandle, const uint8_t*, uint32_t, void* aContext) {
+    auto& lingering = *static_cast<Lingering*>(aContext);
+    if (lingering.calls++ != 0) {
+      return;
+    }
+    lingering.entered = true;
+    while (!lingering.acting) {
+      std::this_thread::yield();
+    }
+    std::this_thread::sleep_for(20ms);
+    lingering.actedDuringDelivery = lingering.acted.load();
+  }
+
+  std::atomic<int> calls{0};
+  std::atomic<bool> entered{false};
+  std::atomic<bool> acting{false};
+  std::atomic<bool> acted{false};
+  bool actedDuringDelivery = false;
+};
+
+struct OtherThreadCase {
+  const char* name;
+  FilterKind kind;
+  bool sharedTarget;  // the act is on a second client of the lingering client's chain
+  OmbrixHalBool (*act)(OmbrixHalFilterHandle);
+};
+
+const OtherThreadCase kOtherThreadCases[] = {
+    {"ClosePes", kKinds[1], false, OmbrixHalFilterClose},
+    {"StopPes", kKinds[1], false, OmbrixHalFilterStop},
+    {"ClosePcr", kKinds[3], false, OmbrixHalFilterClose},
+    {"CloseTeletextChain", kKinds[5], false, OmbrixHalFilterClose},
+    {"CloseSharingSectionClient", kKinds[0], true, OmbrixHalFilterClose},
+    {"StopSharingSectionClient", kKinds[0], true, OmbrixHalFilterStop},
+    {"StopSharingTeletextClient", kKinds[2], true, OmbrixHalFilterStop},
+};
+
+class OtherThreadDuringDelivery : public FilterConcurrency, public ::testing::WithParamInterface<OtherThreadCase> {};
+
+TEST_P(OtherThreadDuringDelivery, ActReturnsOnlyOnceTheDeliveryIsOver) {
+  const OtherThreadCase& c = GetParam();
+  load(multiplex(kRounds));
+  Lingering lingering;
+  Deliveries other;
+  // Fan-out visits the client attached last first: the lingering one.
+  OmbrixHalFilterHandle target = c.sharedTarget ? openKind(c.kind, Deliveries::record, &other) : nullptr;
+  OmbrixHalFilterHandle lingeringFilter = openKind(c.kind, Lingering::handler, &lingering);
+  target = c.sharedTarget ? target : lingeringFilter;
+  std::thread puller([this] { pull(); });
+  while (!lingering.entered) {
+    std::this_thread::yield();
+  }
+  lingering.acting = true;
+  EXPECT_EQ(c.act(target), 1);
+  lingering.acted = true;
+  puller.join();
+  EXPECT_FALSE(lingering.actedDuringDelivery);
+
+  // Nothing more reaches what was closed or stopped.
+  const int callsBefore = lingering.calls;
+  const size_t otherBefore = other.calls.size();
+  load(multiplex(kRounds));
+  pull();
+  EXPECT_EQ(lingering.calls > callsBefore, c.sharedTarget);
+  EXPECT_EQ(other.calls.size(), otherBefore);
+  if (c.act != OmbrixHalFilterClose || c.sharedTarget) {
+    EXPECT_EQ(OmbrixHalFilterClose(lingeringFilter), 1);
+  }
+  if (c.act != OmbrixHalFilterClose && c.sharedTarget) {
+    EXPECT_EQ(OmbrixHalFilterClose(target), 1);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryAct, OtherThreadDuringDelivery, ::testing::ValuesIn(kOtherThreadCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// One client's filter in the soak: its handler may close it, or its thread does, never both,
+// and the handler leaves it alone while the thread stops and starts it.
+struct SoakClient {
+  enum State { kOpen, kBusy, kClosed };
+
+  static void handler(OmbrixHalFilterHandle aFilter, const uint8_t*, uint32_t, void* aContext) {
+    auto& client = *static_cast<SoakClient*>(aContext);
+    ++deliveries;
+    int open = kOpen;
+    if (client.closeInHandler && client.state.compare_exchange_strong(open, kClosed)) {
+      OmbrixHalFilterClose(aFilter);
+    }
+  }
+  void restart(OmbrixHalFilterHandle filter) {
+    int open = kOpen;
+    if (state.compare_exchange_strong(open, kBusy)) {
+      OmbrixHalFilterStop(filter);
+      OmbrixHalFilterStart(filter);
+      state = kOpen;
+    }
+  }
+  void close(OmbrixHalFilterHandle filter) {
+    if (state.exchange(kClosed) != kClosed) {
+      OmbrixHalFilterClose(filter);
+    }
+  }
+
+  bool closeInHandler = false;
+  std::atomic<int> state{kOpen};
+  static inline std::atomic<uint64_t> deliveries{0};
+};
+
+TEST_F(FilterConcurrency, ThreeClientsOpenStopAndCloseWhileAPacedTunerPlays) {
+  const char* seconds = std::getenv("OMBRIX_HAL_SOAK_SECONDS");
+  const auto duration = std::chrono::seconds(seconds != nullptr ? std::atoi(seconds) : 2);
+  writeBytes(path, multiplex(20));
+  // About 1700 packets every 10 ms, played over and over.
+  ASSERT_EQ(OmbrixHalTunerSetParameterByString(
+                tuner, ("digitalFile: name=//local/" + path + ", symbolrate=30000, repetitions=0").c_str()),
+            1);
+  SoakClient::deliveries = 0;
+  const auto end = std::chrono::steady_clock::now() + duration;
+  runOnThreads(3, [&](int index) {
+    std::minstd_rand random(static_cast<unsigned>(index) + 1);
+    while (std::chrono::steady_clock::now() < end) {
+      // Few kinds and PIDs, so that the clients of the three threads often share a chain.
+      const FilterKind& kind = kKinds[random() % std::size(kKinds)];
+      SoakClient client;
+      client.closeInHandler = random() % 4 == 0;
+      OmbrixHalFilterHandle filter = openKind(kind, SoakClient::handler, &client);
+      std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
+      if (random() % 2 == 0) {
+        // Stopped and started again: the chain restarts under the delivery.
+        client.restart(filter);
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 1000));
+      }
+      client.close(filter);
+    }
+  });
+  EXPECT_GT(SoakClient::deliveries.load(), 0u);
+}
+
+}  // namespace
