@@ -7,6 +7,7 @@
 #include <functional>
 #include <random>
 #include <thread>
+#include <tuple>
 
 #include "OmbrixHalFileTunerFixture.h"
 
@@ -76,35 +77,34 @@ class FilterConcurrency : public FileTunerTest {
   uint32_t pull() { return OmbrixHalTunerReceive(tuner, 100000); }
 };
 
-class HandlerOnItsOwnFilter : public FilterConcurrency, public ::testing::WithParamInterface<FilterKind> {};
+// A handler that closes or stops its own filter at its first call: none comes after it.
+class HandlerOnItsOwnFilter : public FilterConcurrency,
+                              public ::testing::WithParamInterface<std::tuple<FilterKind, bool>> {
+ protected:
+  static inline int calls = 0;
+  static inline bool closes = false;
+};
 
-TEST_P(HandlerOnItsOwnFilter, ClosingItEndsTheDeliveryThere) {
+TEST_P(HandlerOnItsOwnFilter, EndsTheDeliveryThere) {
   load(multiplex(kRounds));
-  static int calls;
   calls = 0;
-  openKind(GetParam(), [](OmbrixHalFilterHandle aFilter, const uint8_t*, uint32_t, void*) {
+  closes = std::get<1>(GetParam());
+  OmbrixHalFilterHandle filter = openKind(std::get<0>(GetParam()), [](OmbrixHalFilterHandle aFilter, const uint8_t*,
+                                                                      uint32_t, void*) {
     ++calls;
-    EXPECT_EQ(OmbrixHalFilterClose(aFilter), 1);
+    EXPECT_EQ(closes ? OmbrixHalFilterClose(aFilter) : OmbrixHalFilterStop(aFilter), 1);
   }, nullptr);
   pull();
   EXPECT_EQ(calls, 1);
+  if (!closes) {
+    EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
+  }
 }
 
-TEST_P(HandlerOnItsOwnFilter, StoppingItEndsTheDeliveryThere) {
-  load(multiplex(kRounds));
-  static int calls;
-  calls = 0;
-  OmbrixHalFilterHandle filter = openKind(GetParam(), [](OmbrixHalFilterHandle aFilter, const uint8_t*, uint32_t, void*) {
-    ++calls;
-    EXPECT_EQ(OmbrixHalFilterStop(aFilter), 1);
-  }, nullptr);
-  pull();
-  EXPECT_EQ(calls, 1);
-  EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
-}
-
-INSTANTIATE_TEST_SUITE_P(EveryKind, HandlerOnItsOwnFilter, ::testing::ValuesIn(kKinds),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(EveryKind, HandlerOnItsOwnFilter, ::testing::Combine(::testing::ValuesIn(kKinds), ::testing::Bool()),
+                         [](const auto& info) {
+                           return std::string(std::get<0>(info.param).name) + (std::get<1>(info.param) ? "Close" : "Stop");
+                         });
 
 // A handler that, at its first call, waits until another thread is about to act and then
 // lingers, noting whether that act came back while the delivery was still under way.
