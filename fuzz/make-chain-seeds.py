@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # Writes the seed inputs of OmbrixHalFilterChainFuzz into fuzz/corpus/OmbrixHalFilterChainFuzz/:
 # streams that complete a section with its CRC, bounded and unbounded PES packets, PCRs and
-# teletext lines, each with a program that opens the clients that take them. Seeds stay clear of
-# handlers that close PCR filters or chains of their own, so a run starts from inputs that pass.
+# teletext lines, each with a program that opens the clients that take them, and handlers that
+# close their own filter, one seed for each kind of filter that does.
 import os
 import struct
 
@@ -98,6 +98,12 @@ SEEDS = {
     "self-close": every_kind()
     + [ARM, 0 | CLOSE_SELF, ARM, 1 | CLOSE_SELF, ARM, 3 | CLOSE_SELF, ARM, 4 | CLOSE_SELF]
     + [ARM, 5 | STOP_SELF, RECEIVE, 5, START, 5],
+    # Handlers that close their own section and TS chains, made without map filters.
+    "own-chains-close-themselves": every_kind(own_chain=True)
+    + [ARM, 0 | CLOSE_SELF, ARM, 4 | CLOSE_SELF, ARM, 5 | CLOSE_SELF],
+    "pcr-closes-itself": every_kind() + [ARM, 2 | CLOSE_SELF],
+    "own-pes-closes-itself": every_kind(own_chain=True) + [ARM, 1 | CLOSE_SELF],
+    "own-teletext-closes-itself": every_kind(own_chain=True) + [ARM, 3 | CLOSE_SELF],
     # A map filter moved to another PID while stopped, and a PCR filter polled without a handler.
     "move-and-poll": open_client(0, TS, PAT)
     + [OPEN, 6 | PCR << 3 | 0x80, PCR_PID, 0]
