@@ -35,6 +35,8 @@ constexpr const char* kStatusFunction = "OmbrixHalMemoryPrintStatus";
 constexpr const char* kBlockCountPrefix = "Allocated Blocks: ";
 constexpr const char* kMemoryFunctionPrefix = "OmbrixHalMemory";
 
+// A program byte modulo kOperationCount picks one; each but the two opens takes a slot byte next
+// (or, for kReceive, the packet count), and some take more (see run).
 enum Operation : uint8_t {
   kOpen,
   kOpenReal,
