@@ -27,8 +27,9 @@ Bytes onPid(Bytes packet, uint32_t pid) {
   return packet;
 }
 
-// `rounds` of what every filter kind delivers, each kind on its own PID: a section, a bounded
-// PES packet, a teletext PES packet of two lines, a PCR.
+// `rounds` of what every filter kind delivers, each kind on its own PID: a section, an unbounded
+// PES packet (delivered when the next one starts, which goes on into the PES buffer), a teletext
+// PES packet of two lines, a PCR.
 Bytes multiplex(int rounds) {
   std::vector<Bytes> packets;
   const auto add = [&packets](const std::vector<Bytes>& carried, uint32_t pid) {
@@ -39,7 +40,7 @@ Bytes multiplex(int rounds) {
   for (int round = 0; round < rounds; ++round) {
     const auto seed = static_cast<uint8_t>(round);
     add(tsPacketsOf(section(0x42, 300, seed), true), kSectionPid);
-    add(tsPacketsOf(pesPacket(400 + round)), kPesPid);
+    add(tsPacketsOf(pesPacket(400 + round, false)), kPesPid);
     add(tsPacketsOf(teletextPes(0x10, {teletextUnit(0x02, seed), teletextUnit(0x03, seed)})), kTeletextPid);
     add({pcrPacket(1000 + round)}, kPcrPid);
   }
