@@ -1,6 +1,11 @@
 // Tests of the tuner front, on a fake tuner kind put in the factory's place: opening, the
-// apply step, the lock state machine and the operation slots.
+// apply step, the lock state machine and the operation slots; and the packet-handler contract
+// on both file tuners.
+#include <numeric>
+
 #include "OmbrixHalFakeClock.h"
+#include "OmbrixHalFakeFilter.h"
+#include "OmbrixHalFileTunerFixture.h"
 #include "OmbrixHalTTunerHead.h"
 
 namespace ombrixhal::test {
@@ -195,6 +200,132 @@ TEST_F(TunerDelivery, ReceiveCountZeroCallsNothingAndStrengthIsZeroUntilTuned) {
   EXPECT_EQ(OmbrixHalTunerGetSignalStrength(tuner), 70u);
   EXPECT_EQ(log.lines().back(), info("OmbrixHalTunerGetSignalStrength", "Signal strength is '70%'", 0x3007));
 }
+
+// A file tuner kind: its type and the prefix of its exports, how many handlers it holds, unit
+// `index` of its files (a packet, a record), and what its signal strength logs once a play is over.
+struct FileTunerKind {
+  const char* type;
+  std::string exports;
+  int handlerCount;
+  Bytes (*unit)(uint32_t index);
+  LogLine strengthLine;
+};
+
+class FileTunerContract : public FileTunerTest, public ::testing::WithParamInterface<FileTunerKind> {
+ protected:
+  FileTunerContract() : FileTunerTest(GetParam().type) {}
+  // The first `count` units that a play of a file of `period` units gives.
+  static std::vector<Bytes> units(uint32_t count, uint32_t period) {
+    std::vector<Bytes> units;
+    for (uint32_t index = 0; index < count; ++index) {
+      units.push_back(GetParam().unit(index % period));
+    }
+    return units;
+  }
+  // A file of `count` units, and a partial one that no play gives.
+  static Bytes fileOf(uint32_t count) { return concat({concat(units(count, count)), Bytes(40, 0x55)}); }
+};
+
+TEST_P(FileTunerContract, HoldsItsHandlersInTableOrderWhichMayChangeDuringDelivery) {
+  static std::vector<int> calls;
+  static OmbrixHalTunerHandle self;
+  static int contexts[65] = {};
+  calls.clear();
+  self = tuner;
+  const int count = GetParam().handlerCount;
+  // Context 0 takes itself and context 2 out during the walk: 2 is not called.
+  const OmbrixHalTunerPacketHandler handler = [](void*, const uint8_t*, uint32_t, void* aContext) {
+    calls.push_back(static_cast<int>(static_cast<int*>(aContext) - contexts));
+    if (calls.back() == 0) {
+      OmbrixHalTunerUnregisterPacketHandler(self, &contexts[0], nullptr);
+      OmbrixHalTunerUnregisterPacketHandler(self, &contexts[2], nullptr);
+    }
+  };
+  for (int index = 0; index <= count; ++index) {
+    EXPECT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, handler, &contexts[index]), index < count ? 1 : 0) << index;
+  }
+  EXPECT_EQ(OmbrixHalTunerUnregisterPacketHandler(tuner, &contexts[count], nullptr), 0);
+  ASSERT_EQ(tune(fileOf(2)), 1);
+  EXPECT_EQ(OmbrixHalTunerReceive(tuner, 1), 1);
+  std::vector<int> expected(count);
+  std::iota(expected.begin(), expected.end(), 0);
+  expected.erase(expected.begin() + 2);
+  EXPECT_EQ(calls, expected);
+  // The freed entries are taken first, and the same context may stand twice.
+  calls.clear();
+  EXPECT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, handler, &contexts[5]), 1);
+  EXPECT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, handler, &contexts[count]), 1);
+  EXPECT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, handler, &contexts[count]), 0);
+  EXPECT_EQ(OmbrixHalTunerReceive(tuner, 1), 1);
+  EXPECT_EQ(std::vector(calls.begin(), calls.begin() + 4), (std::vector{5, 1, count, 3}));
+}
+
+TEST_P(FileTunerContract, PlaysAsOftenAsAskedResettingItsFiltersAtEachStartThenIsNotLockedTillTunedAgain) {
+  PacketRecorder recorder;
+  CountingFilter filter;
+  // A context that is no filter, smaller than a filter head: the reset must not look into it.
+  auto* notAFilter = static_cast<uint8_t*>(OmbrixHalMemoryAllocate(1));
+  for (void* context : std::initializer_list<void*>{&filter.head, notAFilter, &filter.head}) {
+    ASSERT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, [](void*, const uint8_t*, uint32_t, void*) {}, context), 1);
+  }
+  ASSERT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, PacketRecorder::handle, &recorder), 1);
+  for (int play = 1; play <= 2; ++play) {
+    ASSERT_EQ(tune(fileOf(3), ", repetitions=2"), 1);
+    EXPECT_EQ(OmbrixHalTunerGetStatus(tuner), OMBRIX_HAL_TUNER_STATUS_LOCKED) << play;
+    log.clear();
+    EXPECT_EQ(OmbrixHalTunerReceive(tuner, 7), 0);
+    EXPECT_EQ(OmbrixHalTunerGetStatus(tuner), OMBRIX_HAL_TUNER_STATUS_NOT_LOCKED);
+    EXPECT_EQ(OmbrixHalTunerGetSignalStrength(tuner), 0u);
+    EXPECT_EQ(log.lines(), (std::vector{info("OmbrixHalTunerReceive", "No more packets available", 0x3001),
+                                        info("OmbrixHalTunerGetStatus", "Tuner: LOCKED -> NOT LOCKED"),
+                                        GetParam().strengthLine}));
+    EXPECT_EQ(filter.resets, 4 * play) << "at the set and at the one rewind, once per entry";
+  }
+  EXPECT_EQ(recorder.packets, units(12, 3));
+  EXPECT_EQ(recorder.thread, OmbrixHalThreadGetId()) << "pulled: on the caller's thread";
+  OmbrixHalMemoryFree(notAFilter);
+}
+
+TEST_P(FileTunerContract, ItsExportsCalledDirectlyRefuseANullTunerAndAForeignRecord) {
+  const OmbrixHalTunerOperations& kind = tuner->Operations;
+  const auto refused = [](const std::string& operation, const std::string& parameter) {
+    return error(GetParam().exports + operation, "Illegal value 'NULL' for parameter '" + parameter + "'", 0x1003);
+  };
+  OmbrixHalTunerParameter record{};
+  const std::pair<int64_t, LogLine> calls[] = {
+      {kind.Destroy(nullptr), refused("Destroy", "This")},
+      {kind.SetParameter(nullptr, &record), refused("SetParameter", "This")},
+      {kind.GetParameter(nullptr, &record, nullptr), refused("GetParameter", "This")},
+      {kind.GetType(nullptr), refused("GetType", "This")},
+      {kind.GetStatus(nullptr), refused("GetStatus", "This")},
+      {kind.Receive(nullptr), refused("Receive", "This")},
+      {kind.RegisterPacketHandler(nullptr, PacketRecorder::handle, &record), refused("RegisterPacketHandler", "This")},
+      {kind.UnregisterPacketHandler(nullptr, &record, nullptr), refused("UnregisterPacketHandler", "This")},
+      // The kind checks what the tuner front checks for it.
+      {kind.SetParameter(tuner, nullptr), refused("SetParameter", "aTunerParameter")},
+      {kind.SetParameter(tuner, &record), error(GetParam().exports + "SetParameter",
+                                                "Tuner type and parameter type do not match", 0x1008)},
+  };
+  std::vector<LogLine> expected;
+  for (const auto& [result, line] : calls) {
+    EXPECT_EQ(result, 0) << line;
+    expected.push_back(line);
+  }
+  if (kind.GetSignalStrength != nullptr) {  // the digital kind's
+    EXPECT_EQ(kind.GetSignalStrength(nullptr) + kind.GetSignalQuality(nullptr), 0u);
+    expected.insert(expected.end(), {refused("GetSignalStrength", "This"), refused("GetSignalQuality", "This")});
+  }
+  EXPECT_EQ(log.lines(), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    FileTuners, FileTunerContract,
+    ::testing::Values(FileTunerKind{"digitalFile", "OmbrixHalTunerFileDigital", 64, tsPacket,
+                                    test::info("OmbrixHalTunerGetSignalStrength", "Signal strength is '0%'", 0x3007)},
+                      FileTunerKind{"analogFile", "OmbrixHalTunerFileAnalog", 10, lineRecord,
+                                    test::warning("OmbrixHalTunerGetSignalStrength",
+                                                  "Function not supported: 'OmbrixHalTunerGetSignalStrength'", 0x2001)}),
+    [](const auto& kind) { return std::string(kind.param.type); });
 
 }  // namespace
 }  // namespace ombrixhal::test

@@ -1,10 +1,11 @@
-// A test with a "digitalFile" tuner that plays generated streams: the ground on which filters
-// are tested end to end.
+// A test with a file tuner ("digitalFile" unless the test names another) that plays generated
+// files: the ground on which the file tuners and the filters are tested end to end.
 #ifndef OMBRIX_HAL_FILE_TUNER_FIXTURE_H
 #define OMBRIX_HAL_FILE_TUNER_FIXTURE_H
 
 #include <algorithm>
 #include <cstdio>
+#include <mutex>
 #include <string>
 
 #include "OmbrixHalStreamBuilder.h"
@@ -12,13 +13,42 @@
 
 namespace ombrixhal::test {
 
+// A 64-byte analog record of `line` (below 2048): the line is byte 0 + ((byte 1 & 0x06) << 8),
+// and every other bit of byte 1 is set, so that a reader that counts any of them goes wrong.
+inline Bytes lineRecord(uint32_t line) {
+  Bytes record(64, static_cast<uint8_t>(line * 3));
+  record[0] = static_cast<uint8_t>(line);
+  record[1] = static_cast<uint8_t>((line >> 8 & 0x06) | 0xf9);
+  return record;
+}
+
+// What one packet handler of a tuner was given, and on which thread. File tuners name no source.
+struct PacketRecorder {
+  static void handle(void* aSource, const uint8_t* aPacket, uint32_t aLength, void* aContext) {
+    auto& recorder = *static_cast<PacketRecorder*>(aContext);
+    std::lock_guard guard(recorder.mutex);
+    EXPECT_EQ(aSource, nullptr);
+    recorder.packets.emplace_back(aPacket, aPacket + aLength);
+    recorder.thread = OmbrixHalThreadGetId();
+  }
+  std::vector<Bytes> seen() {
+    std::lock_guard guard(mutex);
+    return packets;
+  }
+
+  std::mutex mutex;
+  std::vector<Bytes> packets;
+  uint32_t thread = 0;
+};
+
 class FileTunerTest : public HalTest {
  protected:
+  explicit FileTunerTest(std::string type = "digitalFile") : type_(std::move(type)) {}
   void SetUp() override {
     HalTest::SetUp();
     path = std::string("stream-") + ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".ts";
     std::replace(path.begin(), path.end(), '/', '-');  // parameterised tests have a '/' in their names
-    tuner = OmbrixHalTunerOpen("digitalFile");
+    tuner = OmbrixHalTunerOpen(type_.c_str());
     ASSERT_NE(tuner, nullptr);
     log.clear();
   }
@@ -27,11 +57,13 @@ class FileTunerTest : public HalTest {
     std::remove(path.c_str());
     HalTest::TearDown();
   }
-  // Tunes to `stream`, to be pulled from its start.
-  void load(const Bytes& stream) {
-    writeBytes(path, stream);
-    ASSERT_EQ(OmbrixHalTunerSetParameterByString(tuner, ("digitalFile: name=//local/" + path).c_str()), 1);
+  // Writes `contents` to the test's file and tunes to it, `options` added to the line; the answer.
+  OmbrixHalBool tune(const Bytes& contents, const std::string& options = "") {
+    writeBytes(path, contents);
+    return OmbrixHalTunerSetParameterByString(tuner, (type_ + ": name=//local/" + path + options).c_str());
   }
+  // Tunes to `stream`, to be pulled from its start.
+  void load(const Bytes& stream) { ASSERT_EQ(tune(stream), 1); }
   // Plays `stream` once from its start, pulling every whole packet through the tuner, and
   // forgets the tuner's log lines.
   void play(const Bytes& stream) {
@@ -59,6 +91,9 @@ class FileTunerTest : public HalTest {
 
   std::string path;
   OmbrixHalTunerHandle tuner = nullptr;
+
+ private:
+  std::string type_;
 };
 
 }  // namespace ombrixhal::test
