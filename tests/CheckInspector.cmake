@@ -4,8 +4,12 @@
 if(ANALOG)
   set(mode --analog)
 endif()
-execute_process(COMMAND ${INSPECT} --json ${mode} ${STREAM} RESULT_VARIABLE result OUTPUT_VARIABLE json
-                ERROR_VARIABLE errors)
+# Run from the file's folder and named relative to it, as scripts/run names its default input:
+# the report must show the path as given, not one the inspector made absolute.
+get_filename_component(folder ${STREAM} DIRECTORY)
+get_filename_component(name ${STREAM} NAME)
+execute_process(COMMAND ${INSPECT} --json ${mode} ${name} WORKING_DIRECTORY ${folder} RESULT_VARIABLE result
+                OUTPUT_VARIABLE json ERROR_VARIABLE errors)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "ombrixhal-inspect failed (${result}): ${errors}")
 endif()
@@ -15,6 +19,9 @@ function(expect what actual expected)
     message(SEND_ERROR "${what}: '${actual}', expected '${expected}'")
   endif()
 endfunction()
+
+string(JSON file GET "${json}" file)
+expect("file" "${file}" "${name}")
 
 # A service's field, and a stream's.
 function(service index field out)

@@ -1,4 +1,4 @@
-// Private, shared by both platform folders: what every PlatformGetInterface export does.
+// Private, shared by every platform table: what each PlatformGetInterface export does.
 #ifndef OMBRIX_HAL_T_PLATFORM_TABLE_H
 #define OMBRIX_HAL_T_PLATFORM_TABLE_H
 

@@ -1,4 +1,5 @@
-// Host UART table: none, as on the device.
+// UART table of both platforms: the handheld has no serial port for the middleware, so no
+// slot is filled and the table counts as not given.
 #include "OmbrixHalUart.h"
 
 OmbrixHalBool OmbrixHalUartPlatformGetInterface(OmbrixHalUartPlatformInterface* /*aInterface*/) noexcept {

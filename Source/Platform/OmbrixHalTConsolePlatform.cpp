@@ -1,4 +1,4 @@
-// Host console table: vprintf, as on the device.
+// Console table of both platforms: the C runtime's vprintf.
 #include <cstdio>
 
 #include "OmbrixHalConsole.h"

@@ -1,4 +1,4 @@
-// Device memory table: the C runtime allocator.
+// Memory table of both platforms: the C runtime allocator.
 #include <cstdlib>
 
 #include "OmbrixHalMemory.h"

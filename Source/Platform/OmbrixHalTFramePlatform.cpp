@@ -1,4 +1,4 @@
-// Host frame table: the same slots and answers as the device.
+// Frame table of both platforms: platform init, done and the hardware version.
 #include "OmbrixHalFrame.h"
 #include "OmbrixHalKeyEvent.h"
 #include "Platform/OmbrixHalTPlatformTable.h"
@@ -10,7 +10,7 @@ OmbrixHalBool initPlatform(uint32_t aPlatformArgument) noexcept {
   if (aPlatformArgument == 0) {
     return 0;
   }
-  // Key events are initialised here and again in the module order, as on the device.
+  // Key events are initialised here and again in the module order.
   OmbrixHalKeyEventInit();
   return 1;
 }

@@ -1,7 +1,0 @@
-// Host common-interface table: the device's (no CI slot).
-#include "Platform/OmbrixHalTAbsentPeripherals.h"
-#include "Platform/OmbrixHalTPlatformTable.h"
-
-OmbrixHalBool OmbrixHalCiPlatformGetInterface(OmbrixHalCiPlatformInterface* aInterface) noexcept {
-  return ombrixhal::platform::copyPlatformTable(aInterface, ombrixhal::platform::absent::kCiPlatform);
-}

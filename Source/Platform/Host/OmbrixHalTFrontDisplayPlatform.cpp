@@ -1,7 +1,0 @@
-// Host front-display table: the device's (no panel).
-#include "Platform/OmbrixHalTAbsentPeripherals.h"
-#include "Platform/OmbrixHalTPlatformTable.h"
-
-OmbrixHalBool OmbrixHalFrontDisplayPlatformGetInterface(OmbrixHalFrontDisplayPlatformInterface* aInterface) noexcept {
-  return ombrixhal::platform::copyPlatformTable(aInterface, ombrixhal::platform::absent::kFrontDisplayPlatform);
-}
