@@ -33,6 +33,7 @@ int main(void) {
   void* block;
   int allocationLine;
   char expected[128];
+  OmbrixHalTunerParameter tuning;
 
   OmbrixHalSetLogHandler(recordLine, NULL);
   OmbrixHalLoggerPrintf("main", OMBRIX_HAL_LOGGER_ID_ERROR, "before enabling");
@@ -50,6 +51,10 @@ int main(void) {
   check(lineCount == 5, "the statistics are one block line and four totals");
   check(strstr(texts[0], expected) != NULL, "the allocate macro passes this file and line");
   OmbrixHalMemoryFree(block);
+
+  check(OmbrixHalTunerParamParser("DVB-T: freq=474000", &tuning) == 1 && tuning.Type == OMBRIX_HAL_TUNER_TYPE_DVB_T &&
+            tuning.DvbT.Bandwidth == OMBRIX_HAL_TUNER_BANDWIDTH_8_MHZ,
+        "a tuning line fills the record's DVB-T layout as C sees it");
 
   /* An export that does nothing on this platform links from C like the rest. */
   check(AppDsubSetFrameTimeForSync(40) == 0, "the frame-time hook answers 0");
