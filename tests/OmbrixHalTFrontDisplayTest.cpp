@@ -50,6 +50,7 @@ OmbrixHalBool succeed(Arguments...) noexcept {
   return ++slotCalls, 1;
 }
 
+// Init and Done empty, then all nine operations.
 void fillWorkingPanel(OmbrixHalFrontDisplayPlatformInterface& table) {
   table = {nullptr, nullptr, succeed, succeed, succeed, succeed, succeed, succeed, succeed, succeed, succeed};
 }
