@@ -286,6 +286,10 @@ void format(LogText256& text, const char* format, va_list arguments) {
         const bool inHex = *next++ == 'x';
         const auto* bytes = va_arg(arguments, const uint8_t*);
         const uint32_t byteCount = va_arg(arguments, uint32_t);
+        if (bytes == nullptr && byteCount != 0) {
+          text.put("NULL");  // as "%s" prints it, rather than reading through it
+          break;
+        }
         for (uint32_t index = 0; index < byteCount && !text.full(); ++index) {
           if (index > 0) {
             text.put(' ');

@@ -1,6 +1,6 @@
 // Tests of the common interface: this platform's contradictory answers, and every call
 // reaching the platform unchecked, unlogged and unchanged.
-#include <ostream>
+#include <array>
 
 #include "OmbrixHalTestFixture.h"
 
@@ -11,19 +11,11 @@ uint8_t memory[4];
 const uint8_t kBytes[] = {0x1d, 0x00};
 uint32_t value;
 
-struct CiAnswers {
-  uint32_t slots;
-  OmbrixHalBool inserted, routingOn, routingOff, readMemory, writeMemory, readRegister, writeRegister;
-  bool operator==(const CiAnswers&) const = default;
-};
+using Answers = std::array<int64_t, 8>;
 
-std::ostream& operator<<(std::ostream& stream, const CiAnswers& a) {
-  return stream << a.slots << " " << a.inserted << a.routingOn << a.routingOff << a.readMemory << a.writeMemory
-                << a.readRegister << a.writeRegister;
-}
-
-// Every operation once, slot 1 throughout.
-CiAnswers askEverything() {
+// Every operation once, slot 1 throughout: the number of slots, then whether a module is
+// inserted, routing on, routing off, memory read and written, register read and written.
+Answers askEverything() {
   OmbrixHalCiResetModule(1);
   return {OmbrixHalCiGetNumberOfSlots(),
           OmbrixHalCiIsModuleInserted(1),
@@ -38,25 +30,21 @@ CiAnswers askEverything() {
 using CiPlatform = HalTest;
 
 // Kept: no slots, yet a module is inserted and routing switches either way.
-TEST_F(CiPlatform, AnswersNoSlotsButAnInsertedModuleAndFailsEveryAccess) {
-  EXPECT_EQ(askEverything(), (CiAnswers{0, 1, 1, 1, 0, 0, 0, 0}));
-  EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_F(CiPlatform, AnswersZeroWithoutASlotAndAfterDone) {
+TEST_F(CiPlatform, AnswersNoSlotsButAnInsertedModuleAndFailsEveryAccessAndZeroWithoutASlotAndAfterDone) {
+  EXPECT_EQ(askEverything(), (Answers{0, 1, 1, 1, 0, 0, 0, 0}));
   OfferedPlatformInterface<OmbrixHalCiPlatformInterface> offered(seam::ciPlatformGetInterface);
   restart();
-  EXPECT_EQ(askEverything(), (CiAnswers{}));
+  EXPECT_EQ(askEverything(), (Answers{}));
   offered.table.GetNumberOfSlots = [] { return uint32_t{2}; };
   offered.table.ReadIoRegister = [](uint32_t aSlot, uint32_t aRegister, uint32_t* aValue) -> OmbrixHalBool {
     *aValue = aSlot * 0x100 + aRegister;
     return 1;
   };
   restart();
-  EXPECT_EQ(askEverything(), (CiAnswers{2, 0, 0, 0, 0, 0, 1, 0}));
+  EXPECT_EQ(askEverything(), (Answers{2, 0, 0, 0, 0, 0, 1, 0}));
   EXPECT_EQ(value, 0x103u) << "the arguments reach the slot unchanged";
   OmbrixHalCiDone();
-  EXPECT_EQ(askEverything(), (CiAnswers{}));
+  EXPECT_EQ(askEverything(), (Answers{}));
   EXPECT_TRUE(log.lines().empty());
 }
 

@@ -35,54 +35,47 @@ TEST(DateTimeCalendar, EveryDayAgreesWithTheCivilCalendar) {
   for (uint32_t dayNumber = 0; dayNumber <= 0xffffffffu / 86400; ++dayNumber) {
     const OmbrixHalDateTime value = dayNumber * 86400u + 3723u;  // 01:02:03, which the last day still has
     const year_month_day civil{sys_days{days{dayNumber}}};
-    uint32_t year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
-    OmbrixHalDateTimeGetDateTime(value, &year, &month, &day, &hour, &minute, &second);
-    ASSERT_EQ(year, static_cast<uint32_t>(static_cast<int>(civil.year()))) << dayNumber;
-    ASSERT_EQ(month, static_cast<unsigned>(civil.month())) << dayNumber;
-    ASSERT_EQ(day, static_cast<unsigned>(civil.day())) << dayNumber;
-    ASSERT_EQ((std::array{hour, minute, second}), (std::array{1u, 2u, 3u}));
+    const std::array<uint32_t, 6> fields = {static_cast<uint32_t>(static_cast<int>(civil.year())),
+                                            static_cast<unsigned>(civil.month()),
+                                            static_cast<unsigned>(civil.day()),
+                                            1,
+                                            2,
+                                            3};
+    std::array<uint32_t, 6> got{};
+    OmbrixHalDateTimeGetDateTime(value, &got[0], &got[1], &got[2], &got[3], &got[4], &got[5]);
+    ASSERT_EQ(got, fields) << dayNumber;
     ASSERT_EQ((std::array{OmbrixHalDateTimeGetYear(value), OmbrixHalDateTimeGetMonth(value),
                           OmbrixHalDateTimeGetDay(value), OmbrixHalDateTimeGetHour(value),
                           OmbrixHalDateTimeGetMinute(value), OmbrixHalDateTimeGetSecond(value)}),
-              (std::array{year, month, day, hour, minute, second}))
+              fields)
         << dayNumber;
-    ASSERT_EQ(at(year, month, day, 1, 2, 3), value) << dayNumber;
-    ASSERT_EQ(OmbrixHalDateTimeGetDayOfWeek(value), weekday{civil}.c_encoding()) << dayNumber;
-    ASSERT_EQ(OmbrixHalDateTimeGetDaysOfMonth(value),
-              static_cast<unsigned>(year_month_day_last{civil.year(), month_day_last{civil.month()}}.day()));
-    ASSERT_EQ(OmbrixHalDateTimeGetDayOfYear(value),
-              static_cast<uint32_t>((sys_days{civil} - sys_days{civil.year() / January / 1}).count() + 1))
+    ASSERT_EQ((std::array{at(fields[0], fields[1], fields[2], 1, 2, 3), OmbrixHalDateTimeGetDayOfWeek(value),
+                          OmbrixHalDateTimeGetDaysOfMonth(value), OmbrixHalDateTimeGetDayOfYear(value)}),
+              (std::array{value, weekday{civil}.c_encoding(),
+                          static_cast<unsigned>(year_month_day_last{civil.year(), month_day_last{civil.month()}}.day()),
+                          static_cast<uint32_t>((sys_days{civil} - sys_days{civil.year() / January / 1}).count() + 1)}))
         << dayNumber;
   }
 }
 
-TEST(DateTimeCalendar, FirstLastAndLeapDaysFallOnTheirCalendarDates) {
+// The days themselves are all checked above; here the text form's ends and the missing 2100-02-29.
+TEST(DateTimeFields, SettersWriteTheValueSetTimeKeepsTheDateAndNullPointersAreSkipped) {
   EXPECT_EQ(toString(0), "1970-01-01T00:00:00");
   EXPECT_EQ(toString(4294967295u), "2106-02-07T06:28:15");
-  EXPECT_EQ(OmbrixHalDateTimeGetDayOfWeek(at(1970, 1, 4)), 0u) << "a Sunday";
-  EXPECT_EQ(toString(at(2000, 2, 29)), "2000-02-29T00:00:00");
-  EXPECT_EQ(toString(at(2004, 2, 29)), "2004-02-29T00:00:00");
-  OmbrixHalDateTime dayBefore = 0;
-  EXPECT_EQ(OmbrixHalDateTimeAddDays(&dayBefore, at(2100, 3, 1), -1), &dayBefore);
-  EXPECT_EQ(toString(dayBefore), "2100-02-28T00:00:00") << "2100 has no leap day";
-}
-
-TEST(DateTimeFields, NullPointersAreSkipped) {
+  OmbrixHalDateTime value = 0;
+  EXPECT_EQ(OmbrixHalDateTimeAddDays(&value, at(2100, 3, 1), -1), &value);
+  EXPECT_EQ(toString(value), "2100-02-28T00:00:00");
+  EXPECT_EQ(OmbrixHalDateTimeSetDateTime(&value, 2009, 3, 29, 23, 59, 59), 1238371199u);
+  EXPECT_EQ(toString(OmbrixHalDateTimeSetTime(&value, 7, 5, 9)), "2009-03-29T07:05:09");
+  EXPECT_EQ(toString(value), "2009-03-29T07:05:09");
+  EXPECT_EQ(toString(OmbrixHalDateTimeSetDate(&value, 2009, 3, 29)), "2009-03-29T00:00:00");
+  EXPECT_EQ(toString(value), "2009-03-29T00:00:00");
   uint32_t second = 0;
   OmbrixHalDateTimeGetDateTime(at(2038, 1, 19, 3, 14, 7), nullptr, nullptr, nullptr, nullptr, nullptr, &second);
   EXPECT_EQ(second, 7u);
   EXPECT_EQ(OmbrixHalDateTimeSetTime(nullptr, 1, 2, 3), 0u);
   OmbrixHalDateTimeAddSeconds(nullptr, 1, 1);
   OmbrixHalDateTimeToString(0, nullptr);
-}
-
-TEST(DateTimeFields, SettersWriteAndReturnTheValueAndSetTimeKeepsTheDate) {
-  OmbrixHalDateTime value = 0;
-  EXPECT_EQ(OmbrixHalDateTimeSetDateTime(&value, 2009, 3, 29, 23, 59, 59), 1238371199u);
-  EXPECT_EQ(toString(OmbrixHalDateTimeSetTime(&value, 7, 5, 9)), "2009-03-29T07:05:09");
-  EXPECT_EQ(toString(value), "2009-03-29T07:05:09");
-  EXPECT_EQ(OmbrixHalDateTimeSetDate(&value, 2009, 3, 29), 1238284800u);
-  EXPECT_EQ(value, 1238284800u);
 }
 
 TEST(DateTimeFields, OutOfRangeMonthsAndDaysRunIntoTheNeighbours) {

@@ -42,12 +42,13 @@ TEST_F(BuiltinDirectoryMatching, PathMustReachASlashAndTheFirstMatchingSlotWins)
       {"//builtin/fonts/a.ttf", "r", nullptr},
   };
   for (const auto& [path, mode, contents] : cases) {
-    log.clear();
     EXPECT_EQ(readAll(path, mode), contents != nullptr ? contents : "(none)") << path << " " << mode;
-    if (contents == nullptr) {
-      const std::string text = std::string("Cannot open file in mode '") + mode + "': '" + path + "'";
-      EXPECT_EQ(log.lines(), std::vector{error("OmbrixHalFileOpen", text, 0x1016)}) << path;
-    }
+    const std::string where = std::string(" mode '") + mode + "': '" + path + "'";
+    const std::vector<LogLine> expected =
+        contents != nullptr ? std::vector{info("OmbrixHalFileOpen", "File opened in" + where, 0x3012),
+                                          info("OmbrixHalFileClose", "File closed", 0x3013)}
+                            : std::vector{error("OmbrixHalFileOpen", "Cannot open file in" + where, 0x1016)};
+    EXPECT_EQ(log.take(), expected) << path << " " << mode;
   }
   // Registration takes the highest free slot, so the later "fonts" sits before "fonts/ttf"
   // and wins, although it is searched for "ttf/a.ttf".
@@ -85,10 +86,10 @@ TEST_F(BuiltinDirectoryMatching, SeeksAreClampedAndOnlyReadingIsSupported) {
   // Kept: with no Eof slot every builtin file reports the end; nothing to write or flush.
   EXPECT_EQ(OmbrixHalFileEof(file), 1);
   EXPECT_EQ(OmbrixHalFileFlush(file), 0);
-  log.clear();
   EXPECT_EQ(OmbrixHalFileWrite(file, "x", 1), 0u);
-  EXPECT_EQ(log.lines(),
-            std::vector{warning("OmbrixHalFileWrite", "Function not supported: 'OmbrixHalFileWrite'", 0x2001)});
+  EXPECT_EQ(log.take(),
+            (std::vector{info("OmbrixHalFileOpen", "File opened in mode 'r': '//builtin/fonts/ttf/a.ttf'", 0x3012),
+                         warning("OmbrixHalFileWrite", "Function not supported: 'OmbrixHalFileWrite'", 0x2001)}));
   EXPECT_EQ(OmbrixHalFileClose(file), 1);
 }
 

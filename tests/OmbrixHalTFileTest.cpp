@@ -12,6 +12,7 @@ namespace {
 
 constexpr const char* kOpen = "OmbrixHalFileOpen";
 constexpr const char* kRemove = "OmbrixHalFileRemove";
+constexpr const char* kRename = "OmbrixHalFileRename";
 
 // The logger cuts a text that reaches 256 characters to 253 and "...".
 std::string logged(const std::string& text) { return text.size() < 256 ? text : text.substr(0, 253) + "..."; }
@@ -70,13 +71,12 @@ TEST_F(FilePrefixRouting, OpenWithoutAMatchingPrefixFailsWithTheReason) {
       {"//fake/missing", error(kOpen, "Cannot open file in mode 'rb': '//fake/missing'", 0x1016)},
   };
   for (const auto& [path, line] : cases) {
-    log.clear();
     EXPECT_EQ(OmbrixHalFileOpen(path, "rb"), nullptr) << path;
-    EXPECT_EQ(log.lines(), std::vector{line}) << path;
+    EXPECT_EQ(log.take(), std::vector{line}) << path;
   }
 }
 
-TEST_F(FilePrefixRouting, HandleCallsReachTheOpeningFileSystem) {
+TEST_F(FilePrefixRouting, HandleCallsReachTheOpeningFileSystemAndNullHandlesGiveTheDefaults) {
   OmbrixHalFileHandle file = OmbrixHalFileOpen("//fake/a.ts", "w");
   ASSERT_NE(file, nullptr);
   EXPECT_EQ(OmbrixHalFileWrite(file, "abc", 3), 2u);
@@ -90,23 +90,20 @@ TEST_F(FilePrefixRouting, HandleCallsReachTheOpeningFileSystem) {
   EXPECT_EQ(OmbrixHalFileClose(file), 7);
   EXPECT_EQ(OmbrixHalFileClose(file), 0) << "a handle closed already is ignored, quietly";
   EXPECT_EQ(calls, (std::vector<std::string>{"Open a.ts w", "Seek 5 -1"}));
-  EXPECT_EQ(log.lines(),
-            (std::vector{info(kOpen, "File opened in mode 'w': '//fake/a.ts'", 0x3012),
-                         error("OmbrixHalFileWrite", "File write error: 2 of 3 bytes written"),
-                         warning("OmbrixHalFileRead", "Function not supported: 'OmbrixHalFileRead'", 0x2001),
-                         info("OmbrixHalFileClose", "File closed", 0x3013)}));
-}
-
-TEST_F(FilePrefixRouting, NullHandlesGiveTheDefaultsAndOpenNeedsInit) {
   EXPECT_EQ(OmbrixHalFileClose(nullptr), 1);
   EXPECT_EQ(OmbrixHalFileTell(nullptr), -1);
   EXPECT_EQ(OmbrixHalFileEof(nullptr), 1);
   EXPECT_EQ(OmbrixHalFileOpen("//fake/a", nullptr), nullptr);
   OmbrixHalFileDone();
-  EXPECT_EQ(OmbrixHalFileOpen("//fake/a", "r"), nullptr);
-  EXPECT_EQ(log.lines(), (std::vector{error("OmbrixHalFileClose", "Illegal value 'NULL' for parameter 'This'", 0x1003),
-                                      error(kOpen, "Illegal value 'NULL' for parameter 'aMode'", 0x1003),
-                                      error(kOpen, "OmbrixHalInit() has not been called, yet!", 0x101b)}));
+  EXPECT_EQ(OmbrixHalFileOpen("//fake/a", "r"), nullptr) << "not before Init";
+  EXPECT_EQ(log.lines(),
+            (std::vector{info(kOpen, "File opened in mode 'w': '//fake/a.ts'", 0x3012),
+                         error("OmbrixHalFileWrite", "File write error: 2 of 3 bytes written"),
+                         warning("OmbrixHalFileRead", "Function not supported: 'OmbrixHalFileRead'", 0x2001),
+                         info("OmbrixHalFileClose", "File closed", 0x3013),
+                         error("OmbrixHalFileClose", "Illegal value 'NULL' for parameter 'This'", 0x1003),
+                         error(kOpen, "Illegal value 'NULL' for parameter 'aMode'", 0x1003),
+                         error(kOpen, "OmbrixHalInit() has not been called, yet!", 0x101b)}));
 }
 
 using FileRegistration = FileTest;
@@ -136,6 +133,7 @@ using FileHistory = FileTest;
 TEST_F(FileHistory, RemoveRenamesToTheUtcTimeStampedName) {
   OmbrixHalClockSetUtcTime(1235909109);  // 2009-03-01T12:05:09
   ASSERT_EQ(OmbrixHalFileEnableFileHistory("//fake/", 1), 1);
+  log.clear();
   const std::string name230(230, 'n');
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"rec/a.ts", "rec/a_2009-03-01T12-05-09.ts"},
@@ -145,11 +143,11 @@ TEST_F(FileHistory, RemoveRenamesToTheUtcTimeStampedName) {
   };
   for (const auto& [path, historyName] : cases) {
     calls.clear();
-    log.clear();
     EXPECT_EQ(OmbrixHalFileRemove(("//fake/" + path).c_str()), 1);
     EXPECT_EQ(calls, std::vector{"Rename " + path + " " + historyName});
-    EXPECT_EQ(log.texts(),
-              std::vector{logged("Generated file history: '//fake/" + path + "' -> '" + historyName + "'")});
+    EXPECT_EQ(
+        log.take(),
+        std::vector{info(kRemove, logged("Generated file history: '//fake/" + path + "' -> '" + historyName + "'"))});
   }
 }
 
@@ -195,12 +193,11 @@ TEST_F(FileTest, RenameBuildsTheTargetInTheOldDirectory) {
   };
   for (const auto& [oldName, newName, outcome] : cases) {
     calls.clear();
-    log.clear();
     const bool done = outcome.starts_with("Rename ");
     EXPECT_EQ(OmbrixHalFileRename(oldName.c_str(), newName.c_str()), done ? 1 : 0) << oldName;
     EXPECT_EQ(calls, done ? std::vector{outcome} : std::vector<std::string>{});
-    const std::string text = "Renamed file successfully: '" + oldName + "' -> '" + newName + "'";
-    EXPECT_EQ(log.texts(), std::vector{done ? text : outcome});
+    const std::string renamed = "Renamed file successfully: '" + oldName + "' -> '" + newName + "'";
+    EXPECT_EQ(log.take(), std::vector{done ? info(kRename, renamed) : error(kRename, outcome)});
   }
 }
 

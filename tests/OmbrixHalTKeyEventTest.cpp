@@ -1,6 +1,7 @@
 // Tests of the key events: the window procedure turns the key messages of mapped keys into
 // middleware key events and hands everything else to the default window procedure.
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "OmbrixHalTestFixture.h"
@@ -15,24 +16,15 @@ namespace {
 constexpr uint32_t kKeyDown = 0x0100;
 constexpr uint32_t kKeyUp = 0x0101;
 constexpr uint32_t kCharacter = 0x0102;
-constexpr intptr_t kFirstPress = 1;                              // repeat count 1
+constexpr intptr_t kFirstPress = 1;                                  // repeat count 1
 constexpr intptr_t kAutoRepeat = (intptr_t{1} << 30) | kFirstPress;  // the key was down already
 
-struct KeyEvent {
-  void* context;
-  uint32_t key;
-  uint32_t event;
-  bool operator==(const KeyEvent&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& stream, const KeyEvent& e) {
-  return stream << "{" << e.context << ", key " << e.key << ", event " << e.event << "}";
-}
+using KeyEvent = std::tuple<void*, uint32_t, uint32_t>;  // context, key, event
 
 std::vector<KeyEvent> events;
 std::vector<std::string> defaultCalls;
 
-void recordKey(void* aContext, uint32_t aKey, uint32_t aEvent) { events.push_back({aContext, aKey, aEvent}); }
+void recordKey(void* aContext, uint32_t aKey, uint32_t aEvent) { events.emplace_back(aContext, aKey, aEvent); }
 
 intptr_t OMBRIX_HAL_KEY_EVENT_CALLBACK recordDefault(void* aWindow, uint32_t aMessage, uintptr_t aWParam,
                                                      intptr_t aLParam) {
@@ -68,11 +60,11 @@ struct Mapping {
 
 // Both ends of both digit ranges, and one key of each other kind.
 constexpr Mapping kMappings[] = {
-    {'0', OMBRIX_HAL_KEY_EVENT_KEY_0},        {'9', OMBRIX_HAL_KEY_EVENT_KEY_9},
-    {0x60, OMBRIX_HAL_KEY_EVENT_KEY_0},       {0x69, OMBRIX_HAL_KEY_EVENT_KEY_9},
-    {0x26, OMBRIX_HAL_KEY_EVENT_KEY_UP},      {0x0d, OMBRIX_HAL_KEY_EVENT_KEY_OK},
-    {0x74, OMBRIX_HAL_KEY_EVENT_KEY_MENU},    {0x22, OMBRIX_HAL_KEY_EVENT_KEY_CHANNEL_DOWN},
-    {0xad, OMBRIX_HAL_KEY_EVENT_KEY_MUTE},    {0x73, OMBRIX_HAL_KEY_EVENT_KEY_BLUE},
+    {'0', OMBRIX_HAL_KEY_EVENT_KEY_0},     {'9', OMBRIX_HAL_KEY_EVENT_KEY_9},
+    {0x60, OMBRIX_HAL_KEY_EVENT_KEY_0},    {0x69, OMBRIX_HAL_KEY_EVENT_KEY_9},
+    {0x26, OMBRIX_HAL_KEY_EVENT_KEY_UP},   {0x0d, OMBRIX_HAL_KEY_EVENT_KEY_OK},
+    {0x74, OMBRIX_HAL_KEY_EVENT_KEY_MENU}, {0x22, OMBRIX_HAL_KEY_EVENT_KEY_CHANNEL_DOWN},
+    {0xad, OMBRIX_HAL_KEY_EVENT_KEY_MUTE}, {0x73, OMBRIX_HAL_KEY_EVENT_KEY_BLUE},
 };
 
 TEST_F(KeyEventTest, MappedKeysArePressedRepeatedAndReleased) {
@@ -92,12 +84,11 @@ TEST_F(KeyEventTest, MappedKeysArePressedRepeatedAndReleased) {
 
 TEST_F(KeyEventTest, EverythingElseGoesToTheDefaultWindowProcedure) {
   // Just outside the digit ranges, a letter, and a mapped key in a message that is no key going down or up.
-  EXPECT_EQ(send(kKeyDown, 0x2f), -3);
-  EXPECT_EQ(send(kKeyDown, 0x3a), -3);
-  EXPECT_EQ(send(kKeyUp, 0x5f), -3);
-  EXPECT_EQ(send(kKeyDown, 0x6a), -3);
-  EXPECT_EQ(send(kKeyDown, 'A'), -3);
-  EXPECT_EQ(send(kCharacter, '1'), -3);
+  const std::pair<uint32_t, uintptr_t> messages[] = {{kKeyDown, 0x2f}, {kKeyDown, 0x3a}, {kKeyUp, 0x5f},
+                                                     {kKeyDown, 0x6a}, {kKeyDown, 'A'},  {kCharacter, '1'}};
+  for (const auto& [message, virtualKey] : messages) {
+    EXPECT_EQ(send(message, virtualKey), -3);
+  }
   EXPECT_TRUE(events.empty());
   EXPECT_EQ(defaultCalls, (std::vector<std::string>{"80 256 47 1", "80 256 58 1", "80 257 95 1", "80 256 106 1",
                                                     "80 256 65 1", "80 258 49 1"}));

@@ -77,29 +77,22 @@ TEST_F(MemoryPlainMode, ForwardsToThePlatformAndReportsNothing) {
 
 using MemoryChecking = RecordedMemoryTest;
 
-TEST_F(MemoryChecking, RecordSitsDirectlyBeforeTheCallersMemory) {
-  auto* block = static_cast<unsigned char*>(OmbrixHalMemoryAllocate_(100, "record.c", 5));
-  void* platformBlock = std::get<void*>(recorded.allocations.at(0));
-  const auto recordSize = static_cast<uint32_t>(block - static_cast<unsigned char*>(platformBlock));
-  EXPECT_EQ(recorded.allocations[0], (PlatformAllocation{100 + recordSize, "record.c", 5, platformBlock}));
-  EXPECT_GE(recordSize, 76u);
-  EXPECT_TRUE(sizeof(void*) == 4 || reinterpret_cast<uintptr_t>(block) % alignof(std::max_align_t) == 0)
-      << "on 64 bits the caller's memory keeps the allocator's alignment";
-  OmbrixHalMemoryFree_(block, "record.c", 6);
-  EXPECT_EQ(recorded.frees, std::vector{platformBlock}) << "the platform gets its own pointer back";
-  EXPECT_TRUE(log.lines().empty());
-}
-
 // Line numbers 63, 64 and 70 are the names' lengths: 63 characters fit, longer names keep "..."
 // and their last 60.
-TEST_F(MemoryChecking, ListKeepsLiveBlocksInAllocationOrderAndRefusesUnlistedPointers) {
-  void* head = OmbrixHalMemoryAllocate_(10, "head.c", 1);
+TEST_F(MemoryChecking, RecordsSitBeforeTheCallersMemoryAndTheListKeepsAllocationOrderAndRefusesUnlistedPointers) {
+  auto* head = static_cast<unsigned char*>(OmbrixHalMemoryAllocate_(10, "head.c", 1));
+  void* platformHead = std::get<void*>(recorded.allocations.at(0));
+  const auto recordSize = static_cast<uint32_t>(head - static_cast<unsigned char*>(platformHead));
+  EXPECT_EQ(recorded.allocations[0], (PlatformAllocation{10 + recordSize, "head.c", 1, platformHead}));
+  EXPECT_GE(recordSize, 76u);
+  EXPECT_TRUE(sizeof(void*) == 4 || reinterpret_cast<uintptr_t>(head) % alignof(std::max_align_t) == 0)
+      << "on 64 bits the caller's memory keeps the allocator's alignment";
   OmbrixHalMemoryAllocate_(20, "middleware/source/tuner/parameters/TunerParameterTextParser.cpp", 63);
   void* middle = OmbrixHalMemoryAllocate_(30, "middle.c", 3);
   auto* second = static_cast<unsigned char*>(
       OmbrixHalMemoryAllocate_(40, "/home/builder/middleware/source/filters/sections/SectionsAssembler.cpp", 70));
   void* tail = OmbrixHalMemoryAllocate_(50, "tail.c", 5);
-  for (void* block : {middle, tail, head}) {
+  for (void* block : {middle, tail, static_cast<void*>(head)}) {
     OmbrixHalMemoryFree(block);
   }
   OmbrixHalMemoryFree_(head, "stale.c", 99);
@@ -109,6 +102,7 @@ TEST_F(MemoryChecking, ListKeepsLiveBlocksInAllocationOrderAndRefusesUnlistedPoi
       (std::vector{error("OmbrixHalMemoryFree", "Cannot free memory block. Freed twice? Freed: stale.c(Line 99)"),
                    error("OmbrixHalMemoryFree", "Cannot free memory block. Freed twice? Freed: inside.c(Line 6)")}));
   EXPECT_EQ(recorded.frees.size(), 3u) << "nothing more reaches the platform";
+  EXPECT_EQ(recorded.frees[2], platformHead) << "the platform gets its own pointer back";
 
   OmbrixHalMemoryAllocate_(5, "middleware/source/tuners/parameters/TunerParameterTextParser.cpp", 64);
   EXPECT_EQ(

@@ -2,6 +2,7 @@
 // readable logging of a tuning request.
 #include <cstring>
 #include <memory>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -53,32 +54,29 @@ struct ValidationCase {
 using TunerParameterValidation = LoggedTest;
 
 TEST_F(TunerParameterValidation, ReportsEveryBadFieldInOrderAndChecksOnlyTheTypesItKnows) {
+  const auto bad = [](const std::string& text) { return error(kCaller, "tuner param: " + text); };
   const ValidationCase cases[] = {
       {dvbT(50500), 1, {}},
       {dvbT(858000), 1, {}},
-      {dvbT(50499), 0, {error(kCaller, "tuner param: Frequency '50499' is not in valid range [50500,858000]")}},
-      {dvbT(858001), 0, {error(kCaller, "tuner param: Frequency '858001' is not in valid range [50500,858000]")}},
+      {dvbT(50499), 0, {bad("Frequency '50499' is not in valid range [50500,858000]")}},
+      {dvbT(858001), 0, {bad("Frequency '858001' is not in valid range [50500,858000]")}},
       {dvbS(3000000), 1, {}},
       {dvbS(18000000), 1, {}},
-      {dvbS(2999999), 0, {error(kCaller, "tuner param: Frequency '2999999' is not in valid range [3000000,18000000]")}},
+      {dvbS(2999999), 0, {bad("Frequency '2999999' is not in valid range [3000000,18000000]")}},
       // Frequencies compare unsigned, so -1 is out of range; enumerations compare signed.
-      {dvbS(-1), 0, {error(kCaller, "tuner param: Frequency '-1' is not in valid range [3000000,18000000]")}},
+      {dvbS(-1), 0, {bad("Frequency '-1' is not in valid range [3000000,18000000]")}},
       {record({9, 0, 0, 9, 15, 5, 6}),
        0,
-       {error(kCaller, "tuner param: Frequency '0' is not in valid range [50500,858000]"),
-        error(kCaller, "tuner param: illegal bandwidth: '0'"), error(kCaller, "tuner param: illegal code rate: '15'"),
-        error(kCaller, "tuner param: illegal modulation: '9'"),
-        error(kCaller, "tuner param: illegal guard interval: '6'"),
-        error(kCaller, "tuner param: illegal transmission mode: '5'")}},
+       {bad("Frequency '0' is not in valid range [50500,858000]"), bad("illegal bandwidth: '0'"),
+        bad("illegal code rate: '15'"), bad("illegal modulation: '9'"), bad("illegal guard interval: '6'"),
+        bad("illegal transmission mode: '5'")}},
       {record({7, 11000000, 0, 15, -1, 0, 0, 0, 0, 2, -1, 2}),
        0,
-       {error(kCaller, "tuner param: illegal modulation: '0'"), error(kCaller, "tuner param: illegal code rate: '15'"),
-        error(kCaller, "tuner param: illegal polarisation: '2'"), error(kCaller, "tuner param: illegal position: '-1'"),
-        error(kCaller, "tuner param: illegal option: '2'"),
-        error(kCaller, "tuner param: illegal modulation system: '-1'")}},
+       {bad("illegal modulation: '0'"), bad("illegal code rate: '15'"), bad("illegal polarisation: '2'"),
+        bad("illegal position: '-1'"), bad("illegal option: '2'"), bad("illegal modulation system: '-1'")}},
       // DVB-C checks its modulation only.
       {record({6, 0, -1, 8}), 1, {}},
-      {record({6, 0, -1, 9}), 0, {error(kCaller, "tuner param: illegal modulation: '9'")}},
+      {record({6, 0, -1, 9}), 0, {bad("illegal modulation: '9'")}},
       {record({5}), 1, {warning(kCaller, "Cannot check tuner parameter of type 'digitalFile'")}},
       {record({8}), 1, {warning(kCaller, "Cannot check tuner parameter of type 'DVB-S2'")}},
       {record({10}), 1, {warning(kCaller, "Cannot check tuner parameter of type 'asi'")}},
@@ -86,14 +84,11 @@ TEST_F(TunerParameterValidation, ReportsEveryBadFieldInOrderAndChecksOnlyTheType
       {record({-1}), 0, {error(kCaller, "Unknown tuner parameter type '-1'")}},
   };
   for (const ValidationCase& check : cases) {
-    log.clear();
     EXPECT_EQ(OmbrixHalTunerParameterIsValid(&check.record, kCaller), check.valid);
-    EXPECT_EQ(log.lines(), check.lines);
+    EXPECT_EQ(log.take(), check.lines);
   }
-  log.clear();
   EXPECT_EQ(OmbrixHalTunerParameterIsValid(nullptr, kCaller), 0);
-  EXPECT_EQ(log.lines(),
-            std::vector<LogLine>{error(kCaller, "Illegal value 'NULL' for parameter 'aParameter'", 0x1003)});
+  EXPECT_EQ(log.take(), std::vector{error(kCaller, "Illegal value 'NULL' for parameter 'aParameter'", 0x1003)});
 }
 
 struct LoggingCase {
@@ -124,9 +119,8 @@ TEST_F(TunerParameterLogging, PrintsTheLinesOfEachTypeThroughTheTextTablesAtTheG
         info(kCaller, "DVB-T tune (2): Mod=QAM-64 Guard=1/4 Transm=8K")}},
   };
   for (const LoggingCase& print : cases) {
-    log.clear();
     OmbrixHalTunerParameterPrintLogging(&print.record, print.id, kCaller);
-    EXPECT_EQ(log.lines(), print.lines);
+    EXPECT_EQ(log.take(), print.lines);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <regex>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "OmbrixHalTestFixture.h"
@@ -52,14 +53,12 @@ TEST(VersionRequirement, SatisfiedVersionsLeaveTheBufferEmptyAndFailuresExplainT
 }
 
 TEST(VersionRequirement, MessageStaysWithinTheBufferAndIsAlwaysTerminated) {
-  EXPECT_EQ(check("1.31", 10), 0);
-  EXPECT_EQ(std::string(buffer, 11), std::string("OmbrixHal\0#", 11));
-  EXPECT_EQ(check("1.31", 1), 0);
-  EXPECT_EQ(std::string(buffer, 2), std::string("\0#", 2));
-  EXPECT_EQ(check("1.31", 0), 0);
-  EXPECT_EQ(buffer[0], '#');
-  EXPECT_EQ(check(nullptr), 0);
-  EXPECT_EQ(buffer[0], '#');
+  const std::tuple<const char*, uint32_t, std::string> cases[] = {
+      {"1.31", 10, {"OmbrixHal\0#", 11}}, {"1.31", 1, {"\0#", 2}}, {"1.31", 0, "#"}, {nullptr, sizeof buffer, "#"}};
+  for (const auto& [required, size, start] : cases) {
+    EXPECT_EQ(check(required, size), 0) << size;
+    EXPECT_EQ(std::string(buffer, start.size()), start) << size;
+  }
   EXPECT_EQ(OmbrixHalCheckVersion("1.30", nullptr, 10), 0);
 }
 

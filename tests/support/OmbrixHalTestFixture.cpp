@@ -2,6 +2,7 @@
 #include "OmbrixHalTestFixture.h"
 
 #include <thread>
+#include <utility>
 
 namespace ombrixhal::test {
 
@@ -31,6 +32,11 @@ void LogCapture::uninstall() {
 std::vector<LogLine> LogCapture::lines() const {
   std::lock_guard lock(mutex_);
   return lines_;
+}
+
+std::vector<LogLine> LogCapture::take() {
+  std::lock_guard lock(mutex_);
+  return std::exchange(lines_, {});
 }
 
 std::vector<std::string> LogCapture::texts() const {

@@ -37,6 +37,13 @@ inline LogLine warning(std::string function, std::string text, uint32_t id = 0x2
 inline LogLine info(std::string function, std::string text, uint32_t id = 0x3000) {
   return {std::move(function), id, OMBRIX_HAL_LOGGER_SEVERITY_INFO, std::move(text)};
 }
+// The warning of an export whose platform slot is empty, and the error of one refusing a NULL.
+inline LogLine notSupported(const std::string& function) {
+  return warning(function, "Function not supported '" + function + "'");
+}
+inline LogLine illegalNull(const std::string& function, const std::string& parameter) {
+  return error(function, "Illegal parameter 'NULL' for '" + parameter + "'");
+}
 
 // Records what the logger hands to the middleware's handler, from any thread.
 class LogCapture {
@@ -47,6 +54,8 @@ class LogCapture {
   void uninstall();
 
   std::vector<LogLine> lines() const;
+  // The lines since the last clear or take, which it clears: one check per step of a test.
+  std::vector<LogLine> take();
   std::vector<std::string> texts() const;
   void clear();
   size_t countContaining(const std::string& fragment) const;
