@@ -61,8 +61,6 @@ void removeLiveFilter(OmbrixHalFilterHandle aFilter) noexcept;
 // goes now, or, when the calling thread holds the filter's tuner (a handler closing a filter
 // during delivery), once the outermost hold ends, since the delivery may still stand on it.
 void retireFilter(OmbrixHalFilterHandle aFilter) noexcept;
-// The tuner's last hold: frees what was retired under it.
-void releaseRetiredFilters(OmbrixHalFilterHandle& aRetired) noexcept;
 
 // The kind behind a handle. Each kind wraps this once, as asSectionFilter(This) and the like.
 template <typename Kind>

@@ -1,7 +1,6 @@
 // Tuners: the exported front of every tuner kind, with the lock state machine and the step
 // that applies a tuning record. The generic part takes no lock; each kind guards its own state.
 #include "OmbrixHalLogger.h"
-#include "OmbrixHalTFilterHead.h"
 #include "OmbrixHalTModule.h"
 #include "OmbrixHalTTestSeams.h"
 #include "OmbrixHalTTunerHead.h"
@@ -150,30 +149,6 @@ OmbrixHalTunerStatus lockStatus(OmbrixHalTunerHead& tuner) noexcept {
 }
 
 }  // namespace
-
-namespace ombrixhal {
-
-void holdTuner(OmbrixHalTunerHandle aTuner) noexcept {
-  if (aTuner == nullptr || aTuner->DeliveryLock == nullptr) {
-    return;
-  }
-  if (!holdsTuner(*aTuner)) {
-    OmbrixHalCriticalSectionEnter(aTuner->DeliveryLock);
-    aTuner->LockOwner = currentThread();
-  }
-  ++aTuner->LockDepth;
-}
-
-void releaseTuner(OmbrixHalTunerHandle aTuner) noexcept {
-  if (aTuner == nullptr || aTuner->DeliveryLock == nullptr || --aTuner->LockDepth != 0) {
-    return;
-  }
-  releaseRetiredFilters(aTuner->RetiredFilters);
-  aTuner->LockOwner = nullptr;
-  OmbrixHalCriticalSectionLeave(aTuner->DeliveryLock);
-}
-
-}  // namespace ombrixhal
 
 OmbrixHalTunerHandle OmbrixHalTunerOpen(const char* aTunerTypeString) noexcept {
   if (!isGiven(aTunerTypeString, kOpenName, kTunerTypeStringName)) {

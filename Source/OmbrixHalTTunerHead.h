@@ -66,15 +66,38 @@ inline const void* currentThread() noexcept {
   return &marker;
 }
 
+inline bool holdsTuner(const OmbrixHalTunerHead& tuner) noexcept {
+  return tuner.LockOwner == currentThread();
+}
+
+// Frees the filters retired under a tuner's hold (the filter module's part of its release).
+void releaseRetiredFilters(OmbrixHalFilterHandle& aRetired) noexcept;
+
 // Holds the tuner's DeliveryLock for the calling thread: while held, no delivery of this tuner
 // runs on another thread. Recursive, so that a handler (whose thread delivers under the lock)
 // and a call nested in another may hold it again. Without a tuner or a lock it holds nothing.
-void holdTuner(OmbrixHalTunerHandle aTuner) noexcept;
-// Ends one hold; the outermost also frees the filters retired under it.
-void releaseTuner(OmbrixHalTunerHandle aTuner) noexcept;
+// Inline: a tuner pulled a packet at a time takes it for every packet.
+inline void holdTuner(OmbrixHalTunerHandle aTuner) noexcept {
+  if (aTuner == nullptr || aTuner->DeliveryLock == nullptr) {
+    return;
+  }
+  if (!holdsTuner(*aTuner)) {
+    OmbrixHalCriticalSectionEnter(aTuner->DeliveryLock);
+    aTuner->LockOwner = currentThread();
+  }
+  ++aTuner->LockDepth;
+}
 
-inline bool holdsTuner(const OmbrixHalTunerHead& tuner) noexcept {
-  return tuner.LockOwner == currentThread();
+// Ends one hold; the outermost also frees the filters retired under it.
+inline void releaseTuner(OmbrixHalTunerHandle aTuner) noexcept {
+  if (aTuner == nullptr || aTuner->DeliveryLock == nullptr || --aTuner->LockDepth != 0) {
+    return;
+  }
+  if (aTuner->RetiredFilters != nullptr) {
+    releaseRetiredFilters(aTuner->RetiredFilters);
+  }
+  aTuner->LockOwner = nullptr;
+  OmbrixHalCriticalSectionLeave(aTuner->DeliveryLock);
 }
 
 class TunerHold {
