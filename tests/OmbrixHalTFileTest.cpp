@@ -101,8 +101,7 @@ TEST_F(FilePrefixRouting, HandleCallsReachTheOpeningFileSystemAndNullHandlesGive
                          error("OmbrixHalFileWrite", "File write error: 2 of 3 bytes written"),
                          warning("OmbrixHalFileRead", "Function not supported: 'OmbrixHalFileRead'", 0x2001),
                          info("OmbrixHalFileClose", "File closed", 0x3013),
-                         error("OmbrixHalFileClose", "Illegal value 'NULL' for parameter 'This'", 0x1003),
-                         error(kOpen, "Illegal value 'NULL' for parameter 'aMode'", 0x1003),
+                         nullValue("OmbrixHalFileClose", "This"), nullValue(kOpen, "aMode"),
                          error(kOpen, "OmbrixHalInit() has not been called, yet!", 0x101b)}));
 }
 
