@@ -1,8 +1,6 @@
 // Tests of the clock on a fake tick counter: UTC from ticks and overruns, local time,
 // daylight time and set handlers.
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "OmbrixHalFakeClock.h"
 

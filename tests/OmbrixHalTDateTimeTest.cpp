@@ -2,7 +2,6 @@
 #include <array>
 #include <chrono>
 #include <cstring>
-#include <string>
 
 #include "OmbrixHalTestFixture.h"
 

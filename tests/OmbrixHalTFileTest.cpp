@@ -2,8 +2,6 @@
 // wrapping, registration, file history, rename targets, iterators and volumes.
 #include <array>
 #include <cstdio>
-#include <string>
-#include <vector>
 
 #include "OmbrixHalFakeClock.h"
 

@@ -1,8 +1,6 @@
 // Tests of the frame: start-up and shut-down order, the version gate, the platform table
 // and the small forwarding exports.
 #include <array>
-#include <string>
-#include <vector>
 
 #include "OmbrixHalTestFixture.h"
 

@@ -1,8 +1,6 @@
 // Tests of the key events: the window procedure turns the key messages of mapped keys into
 // middleware key events and hands everything else to the default window procedure.
-#include <string>
 #include <tuple>
-#include <vector>
 
 #include "OmbrixHalTestFixture.h"
 

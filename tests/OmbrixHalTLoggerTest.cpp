@@ -1,10 +1,7 @@
 // Tests of the logger: severities by id class, the per-id enable bits, the id texts, the
 // small formatter and the 256-character bound, all as the middleware's handler sees them.
-#include <cstdint>
 #include <numeric>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "OmbrixHalTestFixture.h"
 

@@ -2,9 +2,7 @@
 // readable logging of a tuning request.
 #include <cstring>
 #include <memory>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "OmbrixHalTestFixture.h"
 
