@@ -2,18 +2,11 @@
 #include <array>
 #include <chrono>
 #include <cstring>
-#include <string>
 
 #include "OmbrixHalTestFixture.h"
 
 namespace ombrixhal::test {
 namespace {
-
-std::string toString(OmbrixHalDateTime value) {
-  char text[OMBRIX_HAL_DATE_TIME_TEXT_SIZE];
-  OmbrixHalDateTimeToString(value, text);
-  return text;
-}
 
 // Reads the text through the 16-bit interface: the value as text, or "refused" if the value stayed untouched.
 std::string read(const char* text) {
@@ -25,22 +18,13 @@ std::string read(const char* text) {
   return toString(value);
 }
 
-OmbrixHalDateTime at(uint32_t year, uint32_t month, uint32_t day, uint32_t hour = 0, uint32_t minute = 0,
-                     uint32_t second = 0) {
-  return OmbrixHalDateTimeSetDateTime(nullptr, year, month, day, hour, minute, second);
-}
-
 TEST(DateTimeCalendar, EveryDayAgreesWithTheCivilCalendar) {
   using namespace std::chrono;
   for (uint32_t dayNumber = 0; dayNumber <= 0xffffffffu / 86400; ++dayNumber) {
     const OmbrixHalDateTime value = dayNumber * 86400u + 3723u;  // 01:02:03, which the last day still has
     const year_month_day civil{sys_days{days{dayNumber}}};
-    const std::array<uint32_t, 6> fields = {static_cast<uint32_t>(static_cast<int>(civil.year())),
-                                            static_cast<unsigned>(civil.month()),
-                                            static_cast<unsigned>(civil.day()),
-                                            1,
-                                            2,
-                                            3};
+    const auto year = static_cast<uint32_t>(static_cast<int>(civil.year()));
+    const std::array<uint32_t, 6> fields = {year, unsigned{civil.month()}, unsigned{civil.day()}, 1, 2, 3};
     std::array<uint32_t, 6> got{};
     OmbrixHalDateTimeGetDateTime(value, &got[0], &got[1], &got[2], &got[3], &got[4], &got[5]);
     ASSERT_EQ(got, fields) << dayNumber;
@@ -73,16 +57,11 @@ TEST(DateTimeFields, SettersWriteTheValueSetTimeKeepsTheDateAndNullPointersAreSk
   uint32_t second = 0;
   OmbrixHalDateTimeGetDateTime(at(2038, 1, 19, 3, 14, 7), nullptr, nullptr, nullptr, nullptr, nullptr, &second);
   EXPECT_EQ(second, 7u);
+  // A month past 12 runs into the next year; the other overruns are read from text below.
+  EXPECT_EQ(toString(at(2009, 13, 15)), "2010-01-15T00:00:00");
   EXPECT_EQ(OmbrixHalDateTimeSetTime(nullptr, 1, 2, 3), 0u);
   OmbrixHalDateTimeAddSeconds(nullptr, 1, 1);
   OmbrixHalDateTimeToString(0, nullptr);
-}
-
-TEST(DateTimeFields, OutOfRangeMonthsAndDaysRunIntoTheNeighbours) {
-  EXPECT_EQ(toString(at(2009, 2, 31)), "2009-03-03T00:00:00");
-  EXPECT_EQ(toString(at(2009, 3, 0)), "2009-02-28T00:00:00");
-  EXPECT_EQ(toString(at(2009, 0, 15)), "2008-12-15T00:00:00");
-  EXPECT_EQ(toString(at(2009, 13, 15)), "2010-01-15T00:00:00");
 }
 
 TEST(DateTimeArithmetic, AddingWrapsAndNegativeCountsSubtractAndCompareIsUnsigned) {

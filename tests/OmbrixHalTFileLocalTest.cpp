@@ -3,8 +3,6 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "OmbrixHalTestFixture.h"
 

@@ -1,8 +1,6 @@
 // Tests of the frame: start-up and shut-down order, the version gate, the platform table
 // and the small forwarding exports.
 #include <array>
-#include <string>
-#include <vector>
 
 #include "OmbrixHalTestFixture.h"
 
@@ -145,7 +143,7 @@ TEST_F(FrameForwarding, PlatformStartPassesZeroAndBothWordsAndLogExportsNameThem
   EXPECT_EQ(OmbrixHalEnableLog(0x4000), 0);
   EXPECT_EQ(OmbrixHalDisableLog(0x1023), 0);
   EXPECT_EQ(log.lines(),
-            (std::vector{error("OmbrixHalPlatformStart", "Illegal value 'NULL' for parameter 'aStart'", 0x1003),
+            (std::vector{nullValue("OmbrixHalPlatformStart", "aStart"),
                          error("OmbrixHalEnableLog", "Illegal log id '0x4000'", 0x1004),
                          error("OmbrixHalDisableLog", "Illegal log id '0x1023'", 0x1004)}));
 }

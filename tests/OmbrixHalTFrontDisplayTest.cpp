@@ -1,8 +1,5 @@
 // Tests of the front display: argument checks in order, this platform's failing panel, and
 // the log lines of a panel that works.
-#include <functional>
-#include <string>
-#include <vector>
 
 #include "OmbrixHalTestFixture.h"
 

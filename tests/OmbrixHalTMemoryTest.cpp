@@ -1,11 +1,8 @@
 // Tests of the memory module: plain forwarding, the block records and list of the checking
 // mode, the statistics, the leak report at shutdown and the gaps of the platform table.
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
-#include <string>
 #include <tuple>
-#include <vector>
 
 #include "OmbrixHalTestFixture.h"
 

@@ -1,9 +1,6 @@
 // Tests of the tuner parameter text form: the key lookup with its grammar, and the parser of
 // each tuner type with its defaults, required keys and kept oddities.
-#include <cstdint>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "OmbrixHalTestFixture.h"
 

@@ -2,9 +2,7 @@
 // readable logging of a tuning request.
 #include <cstring>
 #include <memory>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "OmbrixHalTestFixture.h"
 
@@ -88,7 +86,7 @@ TEST_F(TunerParameterValidation, ReportsEveryBadFieldInOrderAndChecksOnlyTheType
     EXPECT_EQ(log.take(), check.lines);
   }
   EXPECT_EQ(OmbrixHalTunerParameterIsValid(nullptr, kCaller), 0);
-  EXPECT_EQ(log.take(), std::vector{error(kCaller, "Illegal value 'NULL' for parameter 'aParameter'", 0x1003)});
+  EXPECT_EQ(log.take(), std::vector{nullValue(kCaller, "aParameter")});
 }
 
 struct LoggingCase {

@@ -83,7 +83,7 @@ TEST_F(TunerOpening, GivesTheLockTimerBackOnCloseAndOnFailureAndTakesTheTypeFrom
       {"DVB-C", error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-C'", 0x1007)},
       {"DVB-T: freq=474000", error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-T: freq=474000'", 0x1007)},
       {"dvb-t", error("OmbrixHalTunerOpen", "Unknown tuner type in string 'dvb-t'", 0x1006)},
-      {nullptr, error("OmbrixHalTunerOpen", "Illegal value 'NULL' for parameter 'aTunerTypeString'", 0x1003)},
+      {nullptr, nullValue("OmbrixHalTunerOpen", "aTunerTypeString")},
   };
   for (int round = 0; round < 16; ++round) {  // 32 opens that took a timer: more than the 30
     for (const auto& [string, line] : cases) {
@@ -115,8 +115,7 @@ TEST_F(TunerArguments, NullArgumentsFailNamingTheParameterAndMissingSlotsWarnBut
     log.clear();
     EXPECT_EQ(call(nullptr, true) + call(tuner, false) + call(bare, true), 0);
     EXPECT_EQ(log.lines(),
-              (std::vector{error(function, "Illegal value 'NULL' for parameter 'This'", 0x1003),
-                           error(function, "Illegal value 'NULL' for parameter '" + argument + "'", 0x1003),
+              (std::vector{nullValue(function, "This"), nullValue(function, argument),
                            warning(function, "Function not supported: '" + function + "'", 0x2001)}));
   }
   const OmbrixHalTunerPacketHandler handler = [](void*, const uint8_t*, uint32_t, void*) {};
@@ -288,8 +287,8 @@ TEST_P(FileTunerContract, PlaysAsOftenAsAskedResettingItsFiltersAtEachStartThenI
 
 TEST_P(FileTunerContract, ItsExportsCalledDirectlyRefuseANullTunerAndAForeignRecord) {
   const OmbrixHalTunerOperations& kind = tuner->Operations;
-  const auto refused = [](const std::string& operation, const std::string& parameter) {
-    return error(GetParam().exports + operation, "Illegal value 'NULL' for parameter '" + parameter + "'", 0x1003);
+  const auto refused = [](const std::string& slot, const char* name) {
+    return nullValue(GetParam().exports + slot, name);
   };
   OmbrixHalTunerParameter record{};
   const std::pair<int64_t, LogLine> calls[] = {

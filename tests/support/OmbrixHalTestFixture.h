@@ -44,6 +44,21 @@ inline LogLine notSupported(const std::string& function) {
 inline LogLine illegalNull(const std::string& function, const std::string& parameter) {
   return error(function, "Illegal parameter 'NULL' for '" + parameter + "'");
 }
+// The other wording of a refused NULL, with its own id: tuner, file and clock exports use it.
+inline LogLine nullValue(const std::string& function, const std::string& parameter) {
+  return error(function, "Illegal value 'NULL' for parameter '" + parameter + "'", 0x1003);
+}
+
+// A date-time from its fields, and its text form: the clock and date-time tests read both.
+inline OmbrixHalDateTime at(uint32_t year, uint32_t month, uint32_t day, uint32_t hour = 0, uint32_t minute = 0,
+                            uint32_t second = 0) {
+  return OmbrixHalDateTimeSetDateTime(nullptr, year, month, day, hour, minute, second);
+}
+inline std::string toString(OmbrixHalDateTime value) {
+  char text[OMBRIX_HAL_DATE_TIME_TEXT_SIZE];
+  OmbrixHalDateTimeToString(value, text);
+  return text;
+}
 
 // Records what the logger hands to the middleware's handler, from any thread.
 class LogCapture {
