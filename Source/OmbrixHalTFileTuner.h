@@ -51,8 +51,8 @@ struct FileTunerHandlerEntry {
 
 // A file tuner kind guards its file, cursor, handlers and status with the head's DeliveryLock,
 // and delivers while it holds it; a handler's own calls to register, unregister or status on
-// its tuner hold it again without waiting.
-// Create's lock; false when the critical section module has none to give.
+// its tuner hold it again without waiting. Create makes the lock here: false when the critical
+// section module has none to give.
 inline bool createDeliveryLock(OmbrixHalTunerHead& head) noexcept {
   head.DeliveryLock = OmbrixHalCriticalSectionCreate();
   return head.DeliveryLock != nullptr;
