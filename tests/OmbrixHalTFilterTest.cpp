@@ -145,10 +145,7 @@ using FilterLists = HalTest;
 
 TEST_F(FilterLists, PushInFrontAndUnlinkAnywhere) {
   OmbrixHalFilterHead a{}, b{}, c{}, absent{};
-  OmbrixHalFilterHandle head = nullptr;
-  for (OmbrixHalFilterHead* filter : {&a, &b, &c}) {
-    head = OmbrixHalFilterAddFilterToList(head, filter);
-  }
+  OmbrixHalFilterHandle head = OmbrixHalFilterAddFilterToList(OmbrixHalFilterAddFilterToList(&a, &b), &c);
   EXPECT_EQ(head, &c);
   head = OmbrixHalFilterRemoveFilterFromList(head, &b);
   EXPECT_EQ(b.next, nullptr);
@@ -159,7 +156,13 @@ TEST_F(FilterLists, PushInFrontAndUnlinkAnywhere) {
   EXPECT_EQ(OmbrixHalFilterRemoveFilterFromList(head, &a), nullptr);
 }
 
-// A stage kind's exports, in the slot order of the operations (teletext has no Reset).
+Bytes resized(Bytes bytes, size_t size) {
+  bytes.resize(size, 0xff);
+  return bytes;
+}
+
+// A stage kind's exports, in the slot order of the operations (teletext has no Reset), a unit
+// of its input that it delivers once, and units that are not whole, which it ignores.
 struct StageKind {
   const char* name;
   OmbrixHalFilterType parentType;
@@ -167,6 +170,8 @@ struct StageKind {
   OmbrixHalFilterHandle (*create)(OmbrixHalFilterHandle);
   OmbrixHalFilterOperations exports;
   OmbrixHalFilterHandler input;
+  Bytes unit;
+  std::vector<Bytes> broken = {resized(unit, kTsPacketSize - 1), resized(unit, 204)};
 };
 
 #define STAGE_EXPORTS(kind, reset)                                                                           \
@@ -176,11 +181,15 @@ struct StageKind {
        OmbrixHalFilter##kind##IsEnabled, reset},                                                              \
       OmbrixHalFilter##kind##InputHandler
 
+const Bytes kTeletextPes = teletextPes(0x10, {teletextUnit(0x02, 0)});
 const StageKind kStageKinds[] = {
-    {"section", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToSection, OmbrixHalFilterTsToSectionReset)},
-    {"PES", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToPes, OmbrixHalFilterTsToPesReset)},
-    {"PCR", OMBRIX_HAL_FILTER_TYPE_TS, true, STAGE_EXPORTS(TsToPcr, OmbrixHalFilterTsToPcrReset)},
-    {"teletext", OMBRIX_HAL_FILTER_TYPE_PES, false, STAGE_EXPORTS(PesToTtx, nullptr)},
+    {"section", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToSection, OmbrixHalFilterTsToSectionReset),
+     tsPacketsOf(section(0x42, 9), true)[0]},
+    {"PES", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToPes, OmbrixHalFilterTsToPesReset),
+     tsPacketsOf(pesPacket(100))[0]},
+    {"PCR", OMBRIX_HAL_FILTER_TYPE_TS, true, STAGE_EXPORTS(TsToPcr, OmbrixHalFilterTsToPcrReset), pcrPacket(1)},
+    {"teletext", OMBRIX_HAL_FILTER_TYPE_PES, false, STAGE_EXPORTS(PesToTtx, nullptr), kTeletextPes,
+     {resized(kTeletextPes, kTeletextPes.size() - 1)}},
 };
 
 using FilterStageLife = HalTest;
@@ -217,12 +226,18 @@ TEST_F(FilterStageLife, EachStageNeedsItsParentsTypeAParameterAndAHandlerAndOwns
     ASSERT_EQ(stage.SetParameter(filter, &parameter), 1);
     EXPECT_EQ(stage.Start(filter), kind.runsWithoutHandler ? 1 : 0) << "no handler";
     EXPECT_EQ(stage.SetFilterHandler(filter, nullptr, nullptr), kind.runsWithoutHandler ? 1 : 0);
-    ASSERT_EQ(stage.SetFilterHandler(filter, ignore, nullptr), 1);
+    Deliveries deliveries;
+    ASSERT_EQ(stage.SetFilterHandler(filter, Deliveries::record, &deliveries), 1);
     EXPECT_EQ(parent->input, kind.input);
     parent->refuseStart = true;
     EXPECT_EQ(stage.Start(filter) + stage.IsEnabled(filter), 0);
     parent->refuseStart = false;
     EXPECT_EQ(stage.Start(filter) + stage.IsEnabled(filter), 2);
+    for (const Bytes& unit : kind.broken) {
+      parent->deliver(unit);
+    }
+    parent->deliver(kind.unit);
+    EXPECT_EQ(deliveries.from(), std::vector{filter});
     EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
     EXPECT_EQ(FakeParentFilter::destroyed, destroyed + 1);
   }
