@@ -1,5 +1,5 @@
 // A stand-in for the filter a chain stage draws from: it keeps the input handler that the stage
-// hooks onto it, refuses the hook or the start when told to, and hands packets (or PES packets)
+// hooks onto it, refuses the start when told to, and hands packets (or PES packets)
 // to the stage as a real parent would.
 #ifndef OMBRIX_HAL_FAKE_FILTER_H
 #define OMBRIX_HAL_FAKE_FILTER_H
@@ -33,7 +33,6 @@ struct FakeParentFilter {
   OmbrixHalFilterHandler input;
   void* inputContext;
   uint32_t running;
-  bool refuseHandler;
   bool refuseStart;
 
   // Closing the stage closes its parent: this count survives the fake.
@@ -66,9 +65,6 @@ inline FakeParentFilter* createFakeParent(OmbrixHalFilterType type = OMBRIX_HAL_
       },
       .SetFilterHandler = [](OmbrixHalFilterHandle f, OmbrixHalFilterHandler h, void* c) -> OmbrixHalBool {
         auto* fake = reinterpret_cast<FakeParentFilter*>(f);
-        if (fake->refuseHandler) {
-          return 0;
-        }
         fake->input = h;
         fake->inputContext = c;
         return 1;
