@@ -90,19 +90,25 @@ TEST_F(FilterLogging, NamedFiltersReportTheirOutcomesUnderAFifteenCharacterName)
                          info("OmbrixHalFilterClose", "Closed filter '" + name + "'")}));
 }
 
+// A client whose parameter found no chain cannot start, and closes cleanly.
 TEST_F(FilterLogging, AFailedSetIsLoggedUnderTheGetParameterNameAndUnnamedFiltersStayQuiet) {
   leaveTunerEntries(0);  // none for a chain
   Deliveries deliveries;
-  const OmbrixHalFilterParameter parameter = pidParameter(0x100);
+  OmbrixHalFilterParameter parameter = pidParameter(0x100);
   OmbrixHalFilterHandle named = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "n", Deliveries::record, &deliveries);
   OmbrixHalFilterHandle unnamed = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "", Deliveries::record, &deliveries);
   log.clear();
   EXPECT_EQ(OmbrixHalFilterSetParameter(named, &parameter) + OmbrixHalFilterSetParameter(unnamed, &parameter), 0);
   EXPECT_EQ(OmbrixHalFilterStart(unnamed) + OmbrixHalFilterClose(unnamed), 1);
+  EXPECT_EQ(OmbrixHalFilterStart(named) + OmbrixHalFilterGetParameter(named, &parameter) + OmbrixHalFilterStop(named), 0);
+  EXPECT_EQ(OmbrixHalFilterClose(named), 1);
   EXPECT_EQ(log.lines(),
             (std::vector{error("OmbrixHalFilterGetParameter", "Cannot set filter parameter for 'n'"),
-                         error("OmbrixHalFilterSetParameter", "FilterParam: pid=0x0100 crcCheck=disabled filterLen=0")}));
-  OmbrixHalFilterClose(named);
+                         error("OmbrixHalFilterSetParameter", "FilterParam: pid=0x0100 crcCheck=disabled filterLen=0"),
+                         error("OmbrixHalFilterStart", "Cannot start filter 'n'"),
+                         error("OmbrixHalFilterGetParameter", "Cannot return filter parameter for 'n'"),
+                         error("OmbrixHalFilterStop", "Cannot stop filter 'n'"),
+                         info("OmbrixHalFilterClose", "Closed filter 'n'")}));
 }
 
 using FilterChains = FileTunerTest;

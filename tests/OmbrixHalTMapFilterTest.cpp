@@ -11,7 +11,7 @@ const Bytes kPid11 = tsPacketOf(0x11, 0xb1);
 const Bytes kPid12 = tsPacketOf(0x12, 0xc0);
 const Bytes kStream = concat({kPat, kPid10, kPid11, kPid12, kPid12});
 
-class MapFilterTest : public FileTunerTest {
+class MapFilterSharing : public FileTunerTest {
  protected:
   OmbrixHalBool setPid(OmbrixHalFilterHandle filter, uint32_t pid) {
     const OmbrixHalFilterParameter parameter = pidParameter(pid);
@@ -21,8 +21,6 @@ class MapFilterTest : public FileTunerTest {
   Deliveries first;
   Deliveries second;
 };
-
-using MapFilterSharing = MapFilterTest;
 
 // Each client sees its own filter, the one attached last first; a stopped one sees nothing.
 TEST_F(MapFilterSharing, StartedClientsOfOnePidShareOneChainThatEndsWithTheLast) {
@@ -149,21 +147,6 @@ TEST_F(MapFilterSharing, StoppingOneOfTwoClientsRestartsTheChainForTheOther) {
   EXPECT_EQ(second.data(), std::vector<Bytes>{table});
   OmbrixHalFilterClose(a);
   OmbrixHalFilterClose(b);
-}
-
-TEST_F(MapFilterSharing, AFilterWithoutParameterCannotStartAndClosesCleanly) {
-  OmbrixHalFilterHandle filter = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_SECTION, "x", Deliveries::record,
-                                                     &first);
-  OmbrixHalFilterParameter parameter{};
-  log.clear();
-  EXPECT_EQ(OmbrixHalFilterStart(filter), 0);
-  EXPECT_EQ(OmbrixHalFilterGetParameter(filter, &parameter), 0);
-  EXPECT_EQ(OmbrixHalFilterStop(filter), 0);
-  EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
-  EXPECT_EQ(log.lines(), (std::vector{error("OmbrixHalFilterStart", "Cannot start filter 'x'"),
-                                      error("OmbrixHalFilterGetParameter", "Cannot return filter parameter for 'x'"),
-                                      error("OmbrixHalFilterStop", "Cannot stop filter 'x'"),
-                                      info("OmbrixHalFilterClose", "Closed filter 'x'")}));
 }
 
 }  // namespace
