@@ -21,14 +21,14 @@ constexpr uint32_t kPesPid = 0x101;
 constexpr uint32_t kTeletextPid = 0x102;
 constexpr uint32_t kPcrPid = 0x103;
 
-// `rounds` of what every filter kind delivers, each kind on its own PID: two sections ending in
-// one packet, an unbounded PES packet (delivered when the next one starts, which goes on into
+// `rounds` of what every filter kind delivers, each kind on its own PID: two sections in one
+// packet and one over two, an unbounded PES packet (delivered when the next one starts, which goes on into
 // the PES buffer), a teletext PES packet of two lines, a PCR.
 Bytes multiplex(int rounds) {
   std::vector<Bytes> packets;
   for (int round = 0; round < rounds; ++round) {
     const auto seed = static_cast<uint8_t>(round);
-    const Bytes sections = concat({section(0x42, 300, seed), section(0x42, 9, seed)});
+    const Bytes sections = concat({section(0x42, 9, seed), section(0x42, 9, seed), section(0x42, 300, seed)});
     const Bytes teletext = teletextPes(0x10, {teletextUnit(0x02, seed), teletextUnit(0x03, seed)});
     for (const auto& carried :
          {tsPacketsOf(sections, true, kSectionPid), tsPacketsOf(pesPacket(400 + round, false), false, kPesPid),
