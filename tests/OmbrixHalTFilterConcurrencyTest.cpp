@@ -21,28 +21,20 @@ constexpr uint32_t kPesPid = 0x101;
 constexpr uint32_t kTeletextPid = 0x102;
 constexpr uint32_t kPcrPid = 0x103;
 
-Bytes onPid(Bytes packet, uint32_t pid) {
-  packet[1] = static_cast<uint8_t>((packet[1] & 0xe0) | pid >> 8);
-  packet[2] = static_cast<uint8_t>(pid);
-  return packet;
-}
-
-// `rounds` of what every filter kind delivers, each kind on its own PID: a section, an unbounded
-// PES packet (delivered when the next one starts, which goes on into the PES buffer), a teletext
-// PES packet of two lines, a PCR.
+// `rounds` of what every filter kind delivers, each kind on its own PID: two sections in one
+// packet and one over two, an unbounded PES packet (delivered when the next one starts, which goes on into
+// the PES buffer), a teletext PES packet of two lines, a PCR.
 Bytes multiplex(int rounds) {
   std::vector<Bytes> packets;
-  const auto add = [&packets](const std::vector<Bytes>& carried, uint32_t pid) {
-    for (const Bytes& packet : carried) {
-      packets.push_back(onPid(packet, pid));
-    }
-  };
   for (int round = 0; round < rounds; ++round) {
     const auto seed = static_cast<uint8_t>(round);
-    add(tsPacketsOf(section(0x42, 300, seed), true), kSectionPid);
-    add(tsPacketsOf(pesPacket(400 + round, false)), kPesPid);
-    add(tsPacketsOf(teletextPes(0x10, {teletextUnit(0x02, seed), teletextUnit(0x03, seed)})), kTeletextPid);
-    add({pcrPacket(1000 + round)}, kPcrPid);
+    const Bytes sections = concat({section(0x42, 9, seed), section(0x42, 9, seed), section(0x42, 300, seed)});
+    const Bytes teletext = teletextPes(0x10, {teletextUnit(0x02, seed), teletextUnit(0x03, seed)});
+    for (const auto& carried :
+         {tsPacketsOf(sections, true, kSectionPid), tsPacketsOf(pesPacket(400 + round, false), false, kPesPid),
+          tsPacketsOf(teletext, false, kTeletextPid), std::vector<Bytes>{pcrPacket(1000 + round, kPcrPid)}}) {
+      packets.insert(packets.end(), carried.begin(), carried.end());
+    }
   }
   return concat(packets);
 }
@@ -61,6 +53,7 @@ const FilterKind kKinds[] = {
     {"Pcr", OMBRIX_HAL_FILTER_TYPE_PCR, kPcrPid, false},
     {"PesChain", OMBRIX_HAL_FILTER_TYPE_PES, kPesPid, true},
     {"TeletextChain", OMBRIX_HAL_FILTER_TYPE_TELETEXT, kTeletextPid, true},
+    {"SectionChain", OMBRIX_HAL_FILTER_TYPE_SECTION, kSectionPid, true},
 };
 
 class FilterConcurrency : public FileTunerTest {
@@ -68,12 +61,7 @@ class FilterConcurrency : public FileTunerTest {
   static constexpr int kRounds = 3;
 
   OmbrixHalFilterHandle openKind(const FilterKind& kind, OmbrixHalFilterHandler handler, void* context) {
-    OmbrixHalFilterHandle filter = kind.realChain ? OmbrixHalFilterCreateRealFilter(tuner, kind.type, handler, context)
-                                                  : OmbrixHalFilterOpen(tuner, kind.type, nullptr, handler, context);
-    const OmbrixHalFilterParameter parameter = pidParameter(kind.pid);
-    EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter), 1);
-    EXPECT_EQ(OmbrixHalFilterStart(filter), 1);
-    return filter;
+    return openStarted(kind.type, kind.pid, handler, context, {}, kind.realChain);
   }
   uint32_t pull() { return OmbrixHalTunerReceive(tuner, 100000); }
 };

@@ -1,54 +1,31 @@
-// Tests of the file analog tuner's filter on a fake tuner of that kind: teletext lines out of
-// 64-byte line records.
+// Tests of the file analog tuner's filter: teletext lines out of 64-byte line records, handed to
+// its record handler as the tuner would, or with a source.
 #include "OmbrixHalFileTunerFixture.h"
 #include "OmbrixHalTTunerHead.h"
 
 namespace ombrixhal::test {
 namespace {
 
-// The record handler the filter registered on the fake tuner, and its context.
-OmbrixHalTunerPacketHandler registeredHandler;
-void* registeredContext;
-
-constexpr OmbrixHalTunerOperations kFakeAnalogOperations = {
-    .Destroy = [](OmbrixHalTunerHandle t) -> OmbrixHalBool { return closeTunerHead(*t), delete t, 1; },
-    .SetParameter = nullptr,
-    .GetParameter = nullptr,
-    .GetType = [](OmbrixHalTunerHandle t) { return t->ParameterType; },
-    .GetStatus = nullptr,
-    .Receive = nullptr,
-    .RegisterPacketHandler = [](OmbrixHalTunerHandle, OmbrixHalTunerPacketHandler h, void* c) -> OmbrixHalBool {
-      registeredHandler = h;
-      registeredContext = c;
-      return 1;
-    },
-    .UnregisterPacketHandler = [](OmbrixHalTunerHandle, void* c, void*) -> OmbrixHalBool {
-      return c == registeredContext ? (registeredContext = nullptr, 1) : 0;
-    },
-    .GetSignalStrength = nullptr,
-    .GetSignalQuality = nullptr,
-    .SetAccessCode = nullptr,
-    .GetVersionNumber = nullptr,
-};
-
-class FileAnalogEprTest : public HalTest {
+class FileAnalogEprLines : public FileTunerTest {
  protected:
+  FileAnalogEprLines() : FileTunerTest("analogFile") {}
+  // The filters' record handler is caught on its way to the tuner, to be called directly.
   void SetUp() override {
-    HalTest::SetUp();
-    seam::tunerFactoryCreateTuner = [](OmbrixHalTunerType) noexcept -> OmbrixHalTunerHandle {
-      auto* tuner = new OmbrixHalTunerHead{};
-      initTunerHead(*tuner, kFakeAnalogOperations, OMBRIX_HAL_TUNER_TYPE_ANALOG_FILE);
-      return tuner;
+    FileTunerTest::SetUp();
+    tuner->Operations.RegisterPacketHandler = [](OmbrixHalTunerHandle, OmbrixHalTunerPacketHandler h,
+                                                 void* c) -> OmbrixHalBool {
+      handler = h;
+      contexts.push_back(c);
+      return 1;
     };
-    // A kind the front does not make itself goes to the factory: the fake is opened as DVB-T,
-    // and its kind answers the analog file type.
-    tuner = OmbrixHalTunerOpen("DVB-T");
-    ASSERT_NE(tuner, nullptr);
+    tuner->Operations.UnregisterPacketHandler = [](OmbrixHalTunerHandle, void* c, void*) -> OmbrixHalBool {
+      return std::erase(contexts, c) == 1;
+    };
   }
-  void TearDown() override {
-    OmbrixHalTunerClose(tuner);
-    seam::tunerFactoryCreateTuner = OmbrixHalTunerFactoryCreateTuner;
-    HalTest::TearDown();
+  static void hand(const Bytes& record, void* source = nullptr, uint32_t length = 64) {
+    for (void* context : contexts) {
+      handler(source, record.data(), length, context);
+    }
   }
   static Bytes record(uint8_t flags) {
     Bytes line(64, 0);
@@ -59,47 +36,35 @@ class FileAnalogEprTest : public HalTest {
     return line;
   }
 
-  OmbrixHalTunerHandle tuner = nullptr;
+  static inline OmbrixHalTunerPacketHandler handler = nullptr;
+  static inline std::vector<void*> contexts;
+  Deliveries lines;
 };
 
-using FileAnalogEprLines = FileAnalogEprTest;
-
-TEST_F(FileAnalogEprLines, DeliversTheTeletextLinesOfTypeSevenWithTheSourceFirst) {
-  Deliveries lines;
+// A filter made for another type never delivers, and cannot serve a map filter (it has no
+// SetParameter): it is reached only through OmbrixHalFilterCreateRealFilter.
+TEST_F(FileAnalogEprLines, DeliversTheTeletextLinesOfTypeSevenOnlyWithTheSourceFirst) {
   OmbrixHalFilterHandle filter = OmbrixHalFilterCreateRealFilter(tuner, 7, Deliveries::record, &lines);
-  ASSERT_NE(filter, nullptr);
+  OmbrixHalFilterHandle section = OmbrixHalFilterCreateRealFilter(tuner, 1, Deliveries::record, &lines);
   const Bytes teletext = record(0x27);
-  registeredHandler(nullptr, teletext.data(), 64, registeredContext);  // not started yet
-  ASSERT_EQ(OmbrixHalFilterStart(filter), 1);
+  hand(teletext);  // not started yet
+  ASSERT_EQ(OmbrixHalFilterStart(filter) + OmbrixHalFilterStart(section), 2);
   int source = 0;
-  registeredHandler(&source, teletext.data(), 64, registeredContext);
-  registeredHandler(nullptr, teletext.data(), 64, registeredContext);
-  registeredHandler(nullptr, teletext.data(), 63, registeredContext);
-  registeredHandler(nullptr, record(0x07).data(), 64, registeredContext);
+  hand(teletext, &source);
+  hand(teletext);
+  hand(teletext, nullptr, 63);
+  hand(record(0x07));
   const Bytes line(teletext.begin() + 5, teletext.begin() + 47);
   EXPECT_EQ(lines.from(), (std::vector{reinterpret_cast<OmbrixHalFilterHandle>(&source), filter}));
   EXPECT_EQ(lines.data(), (std::vector{line, line}));
-  // Without SetParameter it cannot serve a map filter; it is closed through the generic call.
-  EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
-  EXPECT_EQ(registeredContext, nullptr);
-}
-
-TEST_F(FileAnalogEprLines, AFilterMadeForAnotherTypeNeverDelivers) {
-  Deliveries lines;
-  OmbrixHalFilterHandle filter = OmbrixHalFilterCreateRealFilter(tuner, OMBRIX_HAL_FILTER_TYPE_SECTION,
-                                                                 Deliveries::record, &lines);
-  ASSERT_EQ(OmbrixHalFilterStart(filter), 1);
-  registeredHandler(nullptr, record(0x27).data(), 64, registeredContext);
-  EXPECT_TRUE(lines.calls.empty());
-  // A map filter cannot be put on it.
   OmbrixHalFilterHandle map = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, Deliveries::record, &lines);
-  OmbrixHalFilterParameter parameter{};
+  const OmbrixHalFilterParameter parameter{};
   log.clear();
   EXPECT_EQ(OmbrixHalFilterSetParameter(map, &parameter), 0);
   EXPECT_EQ(log.lines(), std::vector{error("OmbrixHalFilterSetParameter",
                                            "Internal error: Filter functions are not ported correctly.")});
-  OmbrixHalFilterClose(map);
-  OmbrixHalFilterClose(filter);
+  EXPECT_EQ(OmbrixHalFilterClose(map) + OmbrixHalFilterClose(filter) + OmbrixHalFilterClose(section), 3);
+  EXPECT_TRUE(contexts.empty());
 }
 
 }  // namespace

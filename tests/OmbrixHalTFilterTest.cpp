@@ -11,24 +11,20 @@ namespace {
 using FilterArguments = FileTunerTest;
 
 TEST_F(FilterArguments, NullArgumentsAndMissingSlotsFailNamingWhatIsMissing) {
-  OmbrixHalFilterParameter parameter{};
+  static OmbrixHalFilterParameter parameter{};
   FakeParentFilter* bare = createFakeParent();
   const auto destroy = bare->head.operations.Destroy;
   bare->head.operations = {};
   bare->head.operations.Destroy = destroy;
-  using Call = OmbrixHalBool (*)(OmbrixHalFilterHandle, OmbrixHalFilterParameter*);
-  const std::pair<std::string, Call> calls[] = {
-      {"OmbrixHalFilterSetParameter", [](OmbrixHalFilterHandle f, OmbrixHalFilterParameter* p) {
-         return OmbrixHalFilterSetParameter(f, p);
-       }},
-      {"OmbrixHalFilterGetParameter",
-       [](OmbrixHalFilterHandle f, OmbrixHalFilterParameter* p) { return OmbrixHalFilterGetParameter(f, p); }},
-      {"OmbrixHalFilterStart", [](OmbrixHalFilterHandle f, OmbrixHalFilterParameter*) { return OmbrixHalFilterStart(f); }},
-      {"OmbrixHalFilterStop", [](OmbrixHalFilterHandle f, OmbrixHalFilterParameter*) { return OmbrixHalFilterStop(f); }},
+  const std::pair<std::string, OmbrixHalBool (*)(OmbrixHalFilterHandle)> calls[] = {
+      {"OmbrixHalFilterSetParameter", [](OmbrixHalFilterHandle f) { return OmbrixHalFilterSetParameter(f, &parameter); }},
+      {"OmbrixHalFilterGetParameter", [](OmbrixHalFilterHandle f) { return OmbrixHalFilterGetParameter(f, &parameter); }},
+      {"OmbrixHalFilterStart", OmbrixHalFilterStart},
+      {"OmbrixHalFilterStop", OmbrixHalFilterStop},
   };
   for (const auto& [function, call] : calls) {
     log.clear();
-    EXPECT_EQ(call(nullptr, &parameter) + call(&bare->head, &parameter), 0);
+    EXPECT_EQ(call(nullptr) + call(&bare->head), 0);
     EXPECT_EQ(log.lines(), (std::vector{error(function, "Illegal value 'NULL' for parameter 'This'", 0x1003),
                                         warning(function, "Function not supported: '" + function + "'", 0x2001)}));
   }
@@ -94,47 +90,45 @@ TEST_F(FilterLogging, NamedFiltersReportTheirOutcomesUnderAFifteenCharacterName)
                          info("OmbrixHalFilterClose", "Closed filter '" + name + "'")}));
 }
 
+// A client whose parameter found no chain cannot start, and closes cleanly.
 TEST_F(FilterLogging, AFailedSetIsLoggedUnderTheGetParameterNameAndUnnamedFiltersStayQuiet) {
   leaveTunerEntries(0);  // none for a chain
   Deliveries deliveries;
-  const OmbrixHalFilterParameter parameter = pidParameter(0x100);
+  OmbrixHalFilterParameter parameter = pidParameter(0x100);
   OmbrixHalFilterHandle named = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "n", Deliveries::record, &deliveries);
   OmbrixHalFilterHandle unnamed = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "", Deliveries::record, &deliveries);
   log.clear();
   EXPECT_EQ(OmbrixHalFilterSetParameter(named, &parameter) + OmbrixHalFilterSetParameter(unnamed, &parameter), 0);
   EXPECT_EQ(OmbrixHalFilterStart(unnamed) + OmbrixHalFilterClose(unnamed), 1);
+  EXPECT_EQ(OmbrixHalFilterStart(named) + OmbrixHalFilterGetParameter(named, &parameter) + OmbrixHalFilterStop(named), 0);
+  EXPECT_EQ(OmbrixHalFilterClose(named), 1);
   EXPECT_EQ(log.lines(),
             (std::vector{error("OmbrixHalFilterGetParameter", "Cannot set filter parameter for 'n'"),
-                         error("OmbrixHalFilterSetParameter", "FilterParam: pid=0x0100 crcCheck=disabled filterLen=0")}));
-  OmbrixHalFilterClose(named);
+                         error("OmbrixHalFilterSetParameter", "FilterParam: pid=0x0100 crcCheck=disabled filterLen=0"),
+                         error("OmbrixHalFilterStart", "Cannot start filter 'n'"),
+                         error("OmbrixHalFilterGetParameter", "Cannot return filter parameter for 'n'"),
+                         error("OmbrixHalFilterStop", "Cannot stop filter 'n'"),
+                         info("OmbrixHalFilterClose", "Closed filter 'n'")}));
 }
 
 using FilterChains = FileTunerTest;
 
 TEST_F(FilterChains, StagesStandOnTheRootInTheirOrderAndAFailedChainLeavesNothing) {
   const OmbrixHalFilterHandler ignore = [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {};
-  // Teletext on a TS root: TS, then PES, then teletext; closing the top closes them all.
-  OmbrixHalFilterHandle top = OmbrixHalFilterCreateRealFilter(tuner, OMBRIX_HAL_FILTER_TYPE_TELETEXT, ignore, nullptr);
-  ASSERT_NE(top, nullptr);
-  EXPECT_EQ(OmbrixHalFilterGetType(top), OMBRIX_HAL_FILTER_TYPE_TELETEXT);
-  EXPECT_EQ(OmbrixHalFilterClose(top), 1);
   // On a PES root only the teletext stage is added; a section stage cannot stand there, and the
   // root stays as it was.
   FakeParentFilter* pesRoot = createFakeParent(OMBRIX_HAL_FILTER_TYPE_PES);
   const int destroyed = FakeParentFilter::destroyed;
   EXPECT_EQ(OmbrixHalFilterCreateChain(&pesRoot->head, OMBRIX_HAL_FILTER_TYPE_SECTION, ignore, nullptr), nullptr);
   EXPECT_EQ(FakeParentFilter::destroyed, destroyed);
-  top = OmbrixHalFilterCreateChain(&pesRoot->head, OMBRIX_HAL_FILTER_TYPE_TELETEXT, ignore, nullptr);
+  OmbrixHalFilterHandle top = OmbrixHalFilterCreateChain(&pesRoot->head, OMBRIX_HAL_FILTER_TYPE_TELETEXT, ignore, nullptr);
   ASSERT_NE(top, nullptr);
   EXPECT_EQ(pesRoot->inputContext, top);
   EXPECT_EQ(OmbrixHalFilterClose(top), 1);
   EXPECT_EQ(FakeParentFilter::destroyed, destroyed + 1) << "the top closes its root";
-  // An unknown type, or a root that refuses the handler, costs the root.
-  EXPECT_EQ(OmbrixHalFilterCreateChain(&createFakeParent()->head, 5, ignore, nullptr), nullptr);
-  FakeParentFilter* refusing = createFakeParent();
-  refusing->refuseHandler = true;
-  EXPECT_EQ(OmbrixHalFilterCreateChain(&refusing->head, OMBRIX_HAL_FILTER_TYPE_TS, ignore, nullptr), nullptr);
-  EXPECT_EQ(FakeParentFilter::destroyed, destroyed + 3);
+  // An unknown type, or a root that refuses the handler (a NULL one), costs the root: no leak.
+  EXPECT_EQ(OmbrixHalFilterCreateChain(OmbrixHalFilterFileDigitalTsCreate(tuner), 5, ignore, nullptr), nullptr);
+  EXPECT_EQ(OmbrixHalFilterCreateChain(OmbrixHalFilterFileDigitalTsCreate(tuner), 0, nullptr, nullptr), nullptr);
   EXPECT_EQ(OmbrixHalFilterCreateChain(nullptr, OMBRIX_HAL_FILTER_TYPE_TS, ignore, nullptr), nullptr);
   // The factory makes roots for DVB-T tuners only, of the five types only.
   EXPECT_EQ(OmbrixHalFilterFactoryCreateFilter(tuner, OMBRIX_HAL_FILTER_TYPE_TS, ignore, nullptr), nullptr);
@@ -145,10 +139,7 @@ using FilterLists = HalTest;
 
 TEST_F(FilterLists, PushInFrontAndUnlinkAnywhere) {
   OmbrixHalFilterHead a{}, b{}, c{}, absent{};
-  OmbrixHalFilterHandle head = nullptr;
-  for (OmbrixHalFilterHead* filter : {&a, &b, &c}) {
-    head = OmbrixHalFilterAddFilterToList(head, filter);
-  }
+  OmbrixHalFilterHandle head = OmbrixHalFilterAddFilterToList(OmbrixHalFilterAddFilterToList(&a, &b), &c);
   EXPECT_EQ(head, &c);
   head = OmbrixHalFilterRemoveFilterFromList(head, &b);
   EXPECT_EQ(b.next, nullptr);
@@ -159,7 +150,13 @@ TEST_F(FilterLists, PushInFrontAndUnlinkAnywhere) {
   EXPECT_EQ(OmbrixHalFilterRemoveFilterFromList(head, &a), nullptr);
 }
 
-// A stage kind's exports, in the slot order of the operations (teletext has no Reset).
+Bytes resized(Bytes bytes, size_t size) {
+  bytes.resize(size, 0xff);
+  return bytes;
+}
+
+// A stage kind's exports, in the slot order of the operations (teletext has no Reset), a unit
+// of its input that it delivers once, and units that are not whole, which it ignores.
 struct StageKind {
   const char* name;
   OmbrixHalFilterType parentType;
@@ -167,6 +164,8 @@ struct StageKind {
   OmbrixHalFilterHandle (*create)(OmbrixHalFilterHandle);
   OmbrixHalFilterOperations exports;
   OmbrixHalFilterHandler input;
+  Bytes unit;
+  std::vector<Bytes> broken = {resized(unit, kTsPacketSize - 1), resized(unit, 204)};
 };
 
 #define STAGE_EXPORTS(kind, reset)                                                                           \
@@ -176,18 +175,21 @@ struct StageKind {
        OmbrixHalFilter##kind##IsEnabled, reset},                                                              \
       OmbrixHalFilter##kind##InputHandler
 
+const Bytes kTeletextPes = teletextPes(0x10, {teletextUnit(0x02, 0)});
 const StageKind kStageKinds[] = {
-    {"section", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToSection, OmbrixHalFilterTsToSectionReset)},
-    {"PES", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToPes, OmbrixHalFilterTsToPesReset)},
-    {"PCR", OMBRIX_HAL_FILTER_TYPE_TS, true, STAGE_EXPORTS(TsToPcr, OmbrixHalFilterTsToPcrReset)},
-    {"teletext", OMBRIX_HAL_FILTER_TYPE_PES, false, STAGE_EXPORTS(PesToTtx, nullptr)},
+    {"section", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToSection, OmbrixHalFilterTsToSectionReset),
+     tsPacketsOf(section(0x42, 9), true)[0]},
+    {"PES", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToPes, OmbrixHalFilterTsToPesReset),
+     tsPacketsOf(pesPacket(100))[0]},
+    {"PCR", OMBRIX_HAL_FILTER_TYPE_TS, true, STAGE_EXPORTS(TsToPcr, OmbrixHalFilterTsToPcrReset), pcrPacket(1)},
+    {"teletext", OMBRIX_HAL_FILTER_TYPE_PES, false, STAGE_EXPORTS(PesToTtx, nullptr), kTeletextPes,
+     {resized(kTeletextPes, kTeletextPes.size() - 1)}},
 };
 
 using FilterStageLife = HalTest;
 
 TEST_F(FilterStageLife, EachStageNeedsItsParentsTypeAParameterAndAHandlerAndOwnsTheParentOnceHooked) {
   const OmbrixHalFilterHandler ignore = [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {};
-  const Bytes packet = tsPacketOf(0x100, 0x00, true);
   OmbrixHalFilterParameter parameter = pidParameter(0x100);
   for (const StageKind& kind : kStageKinds) {
     SCOPED_TRACE(kind.name);
@@ -201,7 +203,7 @@ TEST_F(FilterStageLife, EachStageNeedsItsParentsTypeAParameterAndAHandlerAndOwns
     if (stage.Reset != nullptr) {
       stage.Reset(nullptr);
     }
-    kind.input(nullptr, packet.data(), kTsPacketSize, nullptr);
+    kind.input(nullptr, kind.unit.data(), static_cast<uint32_t>(kind.unit.size()), nullptr);
     FakeParentFilter* wrongParent = createFakeParent(kind.parentType == OMBRIX_HAL_FILTER_TYPE_TS
                                                          ? OMBRIX_HAL_FILTER_TYPE_PES
                                                          : OMBRIX_HAL_FILTER_TYPE_TS);
@@ -217,12 +219,18 @@ TEST_F(FilterStageLife, EachStageNeedsItsParentsTypeAParameterAndAHandlerAndOwns
     ASSERT_EQ(stage.SetParameter(filter, &parameter), 1);
     EXPECT_EQ(stage.Start(filter), kind.runsWithoutHandler ? 1 : 0) << "no handler";
     EXPECT_EQ(stage.SetFilterHandler(filter, nullptr, nullptr), kind.runsWithoutHandler ? 1 : 0);
-    ASSERT_EQ(stage.SetFilterHandler(filter, ignore, nullptr), 1);
+    Deliveries deliveries;
+    ASSERT_EQ(stage.SetFilterHandler(filter, Deliveries::record, &deliveries), 1);
     EXPECT_EQ(parent->input, kind.input);
     parent->refuseStart = true;
     EXPECT_EQ(stage.Start(filter) + stage.IsEnabled(filter), 0);
     parent->refuseStart = false;
     EXPECT_EQ(stage.Start(filter) + stage.IsEnabled(filter), 2);
+    for (const Bytes& unit : kind.broken) {
+      parent->deliver(unit);
+    }
+    parent->deliver(kind.unit);
+    EXPECT_EQ(deliveries.from(), std::vector{filter});
     EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
     EXPECT_EQ(FakeParentFilter::destroyed, destroyed + 1);
   }

@@ -1,93 +1,91 @@
-// Tests of the PCR filter on a fake TS parent and the fake clock: the reported records, the
+// Tests of the PCR filter on a "digitalFile" tuner and the fake clock: the reported records, the
 // extrapolated PCR that GetParameter gives, and polling while another thread delivers.
 #include <atomic>
 #include <cstring>
 
 #include "OmbrixHalFakeClock.h"
-#include "OmbrixHalFakeFilter.h"
-#include "OmbrixHalStreamBuilder.h"
+#include "OmbrixHalFileTunerFixture.h"
 
 namespace ombrixhal::test {
 namespace {
 
-struct Record {
-  uint32_t value;
-  uint32_t packetsSincePcr;
-  bool operator==(const Record&) const = default;
-};
+// The 8-byte record of one PCR, in the host's byte order.
+Bytes record(uint32_t value, uint32_t packetsSincePcr) {
+  const uint32_t words[] = {value, packetsSincePcr};
+  Bytes bytes(sizeof words);
+  std::memcpy(bytes.data(), words, sizeof words);
+  return bytes;
+}
 
-class PcrReporting : public StageTest<FakeClockTest> {
+const Bytes kOther = tsPacketOf(0x100, 0x00);
+
+class PcrReporting : public FileTunerTest {
  protected:
   // The value set must not come back as the PCR.
-  void start(OmbrixHalFilterHandler handler) {
-    OmbrixHalFilterParameter parameter = pidParameter(0x100);
+  void start(OmbrixHalFilterHandler handler = Deliveries::record) {
+    OmbrixHalFilterParameter parameter{};
     parameter.value = 0xdeadbeef;
-    makeStage(OmbrixHalFilterTsToPcrCreate, OMBRIX_HAL_FILTER_TYPE_TS, parameter, handler);
+    filter = openStarted(OMBRIX_HAL_FILTER_TYPE_PCR, 0x100, handler, &deliveries, parameter);
+  }
+  void TearDown() override {
+    EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
+    FileTunerTest::TearDown();
   }
   uint32_t currentPcr() {
     OmbrixHalFilterParameter parameter{};
-    EXPECT_TRUE(OmbrixHalFilterTsToPcrGetParameter(filter, &parameter));
+    EXPECT_EQ(OmbrixHalFilterGetParameter(filter, &parameter), 1);
     EXPECT_EQ(parameter.pid, 0x100u);
     return parameter.value;
   }
-  std::vector<Record> records() const {
-    std::vector<Record> records;
-    for (const Bytes& data : deliveries.data()) {
-      EXPECT_EQ(data.size(), sizeof(Record));
-      Record record{};
-      std::memcpy(&record, data.data(), sizeof record);
-      records.push_back(record);
-    }
-    return records;
-  }
+
+  ScopedPlatformInterface<OmbrixHalClockPlatformInterface> clock{seam::clockPlatformGetInterface,
+                                                                 FakeClock::getInterface};
+  OmbrixHalFilterHandle filter = nullptr;
+  Deliveries deliveries;
 };
 
-TEST_F(PcrReporting, CurrentPcrAdvances45UnitsAMillisecond) {
-  start(Deliveries::record);
+TEST_F(PcrReporting, CurrentPcrAdvances45UnitsAMillisecondAndIsZeroBeforeTheFirst) {
+  start();
   FakeClock::setTicks(5000);
-  parent->deliver(pcrPacket(0x00000100));
+  EXPECT_EQ(currentPcr(), 0u);
+  play(concat({pcrPacket(0x00000100), kOther}));
   FakeClock::advance(100);
   EXPECT_EQ(currentPcr(), 256u + 4500u);
 }
 
+// The third PCR counts from the second: the count starts again at every PCR. A packet without
+// an adaptation field never gives one, whatever its byte 5.
 TEST_F(PcrReporting, EachPcrCountsThePacketsSinceThePreviousIncludingItself) {
-  start(Deliveries::record);
-  parent->deliver(pcrPacket(1000));
-  deliver({tsPacket(0), tsPacket(1), tsPacket(2), pcrPacket(2000), tsPacket(3), pcrPacket(3000)});
-  EXPECT_EQ(records(), (std::vector<Record>{{1000, 0}, {2000, 4}, {3000, 2}}));
+  start();
+  Bytes payloadOnly = pcrPacket(500);
+  payloadOnly[3] = 0x10;
+  play(concat({payloadOnly, pcrPacket(1000), kOther, payloadOnly, kOther, pcrPacket(2000), kOther, pcrPacket(3000)}));
+  EXPECT_EQ(deliveries.data(), (std::vector{record(1000, 0), record(2000, 4), record(3000, 2)}));
   EXPECT_EQ(deliveries.from(), (std::vector{filter, filter, filter}));
 }
 
-TEST_F(PcrReporting, PacketsWithoutAPcrInTheirAdaptationFieldNeverGiveOne) {
-  start(Deliveries::record);
-  Bytes payloadOnly = pcrPacket(1000);
-  payloadOnly[3] = 0x10;  // adaptation_field_control 1: byte 5 is payload
-  parent->deliver(payloadOnly);
-  parent->deliver(tsPacket(1));
-  EXPECT_TRUE(deliveries.calls.empty());
-  EXPECT_EQ(currentPcr(), 0u);
-}
-
 TEST_F(PcrReporting, ResetAndRestartForgetThePcr) {
-  start(Deliveries::record);
-  parent->deliver(pcrPacket(1000));
-  OmbrixHalFilterTsToPcrReset(filter);
+  start();
+  play(concat({pcrPacket(1000), kOther}));
+  OmbrixHalFilterReset(filter);
   EXPECT_EQ(currentPcr(), 0u);
-  parent->deliver(pcrPacket(1000));
-  ASSERT_TRUE(OmbrixHalFilterTsToPcrStop(filter));
-  ASSERT_TRUE(OmbrixHalFilterTsToPcrStart(filter));
+  play(concat({pcrPacket(1000), kOther}));
+  ASSERT_EQ(OmbrixHalFilterStop(filter) + OmbrixHalFilterStart(filter), 2);
   EXPECT_EQ(currentPcr(), 0u);
 }
 
 // Without a handler, for polling only.
 TEST_F(PcrReporting, PollingWhileAnotherThreadDelivers) {
   start(nullptr);
+  std::vector<Bytes> packets;
+  for (uint32_t pcr = 1; pcr <= 2000; ++pcr) {
+    packets.push_back(pcrPacket(pcr));
+  }
+  load(concat(packets));
   std::atomic<bool> delivered{false};
   runOnThreads(2, [&](int index) {
     if (index == 0) {
-      for (uint32_t pcr = 1; pcr <= 2000; ++pcr) {
-        parent->deliver(pcrPacket(pcr));
-      }
+      EXPECT_EQ(OmbrixHalTunerReceive(tuner, 2000), 1);
       delivered = true;
       return;
     }

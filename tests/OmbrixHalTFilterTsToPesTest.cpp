@@ -1,21 +1,20 @@
-// Tests of the PES filter on a fake TS parent: assembly of bounded and unbounded PES packets, and
-// the rules kept for oversized packets and short payloads.
-#include "OmbrixHalFakeFilter.h"
-#include "OmbrixHalStreamBuilder.h"
-#include "OmbrixHalTestFixture.h"
+// Tests of the PES filter on a "digitalFile" tuner: assembly of bounded and unbounded PES
+// packets, and the rules kept for oversized packets and short payloads.
+#include "OmbrixHalFileTunerFixture.h"
 
 namespace ombrixhal::test {
 namespace {
 
-class PesAssembly : public StageTest<HalTest> {
- protected:
-  void SetUp() override {
-    HalTest::SetUp();
-    makeStage(OmbrixHalFilterTsToPesCreate, OMBRIX_HAL_FILTER_TYPE_TS);
-  }
-};
+using PesAssembly = FileTunerTest;
 
+// An unbounded PES packet is delivered only when the next unit start comes: the cases that
+// need one end with `nextStart`, whose own PES packet never ends.
 TEST_F(PesAssembly, DeliversBoundedPacketsAtTheirEndAndUnboundedOnesAtTheNextUnitStart) {
+  const Bytes nextStart = tsPacketsOf(pesPacket(100, false)).front();
+  const auto join = [](std::vector<Bytes> packets, const std::vector<Bytes>& more) {
+    packets.insert(packets.end(), more.begin(), more.end());
+    return packets;
+  };
   const Bytes bounded = pesPacket(2006);  // over eleven TS packets
   const Bytes unbounded = pesPacket(500, false);
   const Bytes huge = pesPacket(70000, false);
@@ -27,58 +26,46 @@ TEST_F(PesAssembly, DeliversBoundedPacketsAtTheirEndAndUnboundedOnesAtTheNextUni
   const std::vector<Bytes> cutPackets = tsPacketsOf(cut);
   const Bytes next = pesPacket(250);
   const std::vector<Bytes> nextPackets = tsPacketsOf(next);
-  std::vector<Bytes> lateThenNext(late.begin() + 1, late.end());
-  lateThenNext.insert(lateThenNext.end(), nextPackets.begin(), nextPackets.end());
   const struct {
     const char* name;
     std::vector<Bytes> packets;
-    std::vector<Bytes> delivered;  // by the time the next unit start has come
-    size_t deliveredBeforeIt;
+    std::vector<Bytes> delivered;
   } cases[] = {
-      {"bounded", tsPacketsOf(bounded), {bounded}, 1},
-      {"bounded, filling the 64 KiB exactly", tsPacketsOf(full), {full}, 1},
-      {"unbounded", tsPacketsOf(unbounded), {unbounded}, 0},
-      {"before the first unit start", lateThenNext,
-       {next}, 1},
-      {"bounded, ending inside a payload", tsPacketsOf(endsInside), {}, 0},
+      {"bounded", tsPacketsOf(bounded), {bounded}},
+      {"bounded, filling the 64 KiB exactly", tsPacketsOf(full), {full}},
+      {"unbounded", join(tsPacketsOf(unbounded), {nextStart}), {unbounded}},
+      {"before the first unit start", join({late.begin() + 1, late.end()}, nextPackets), {next}},
+      {"bounded, ending inside a payload", tsPacketsOf(endsInside), {}},
       // 356 whole payloads of 184 bytes fit in 65536; the 357th overflows.
-      {"unbounded beyond 64 KiB", tsPacketsOf(huge), {Bytes(huge.begin(), huge.begin() + 356 * kTsPayloadSize)}, 0},
+      {"unbounded beyond 64 KiB", join(tsPacketsOf(huge), {nextStart}),
+       {Bytes(huge.begin(), huge.begin() + 356 * kTsPayloadSize)}},
       // A payload that starts above byte 183 stops the assembly until the next unit start.
       {"payload start above 183",
-       {cutPackets[0], tsPacketWith({0x00, 0x00, 0x01, 0xe0}, true, 179), cutPackets[1], cutPackets[2],
-        nextPackets[0], nextPackets[1]},
-       {Bytes(cut.begin(), cut.begin() + kTsPayloadSize), next}, 2},
+       {cutPackets[0], tsPacketWith({0x00, 0x00, 0x01, 0xe0}, true, 179), cutPackets[1], cutPackets[2], nextPackets[0],
+        nextPackets[1]},
+       {Bytes(cut.begin(), cut.begin() + kTsPayloadSize), next}},
+      // Kept: a payload starting at byte 183 passes, and the low byte of PES_packet_length,
+      // which would be byte 188, is taken as 0 (the next packet's sync byte is not).
+      {"payload start at 183",
+       {tsPacketWith({0x00, 0x00, 0x01, 0xe0, 0x01}, true, 178), tsPacketWith(Bytes(kTsPayloadSize, 0x5a), false),
+        tsPacketWith(Bytes(73, 0x5a), false, 110)},
+       {concat({{0x00, 0x00, 0x01, 0xe0, 0x01}, Bytes(257, 0x5a)})}},
   };
-  const Bytes nextUnitStart = tsPacketsOf(pesPacket(100, false)).front();
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    OmbrixHalFilterTsToPesReset(filter);
-    deliveries.calls.clear();
-    deliver(c.packets);
-    EXPECT_EQ(deliveries.calls.size(), c.deliveredBeforeIt);
-    parent->deliver(nextUnitStart);
-    EXPECT_EQ(deliveries.data(), c.delivered);
-    EXPECT_EQ(deliveries.from(), std::vector(c.delivered.size(), filter));
+    EXPECT_EQ(delivered(OMBRIX_HAL_FILTER_TYPE_PES, c.packets), c.delivered);
   }
 }
 
-TEST_F(PesAssembly, PayloadStartAt183TakesTheLengthByteBeyondThePacketAsZero) {
-  // PES_packet_length 0x01?? whose low byte would be packet byte 188: read as 0x0100.
-  const Bytes first = tsPacketWith({0x00, 0x00, 0x01, 0xe0, 0x01}, true, 178);
-  // On the heap and exactly 188 bytes long, so that the address sanitizer sees a stray read.
-  ASSERT_EQ(first.capacity(), kTsPacketSize);
-  parent->deliver(first);
-  deliver({tsPacketWith(Bytes(kTsPayloadSize, 0x5a), false), tsPacketWith(Bytes(73, 0x5a), false, 110)});
-  ASSERT_EQ(deliveries.calls.size(), 1u);
-  EXPECT_EQ(deliveries.calls[0].second.size(), 262u);
-}
-
 TEST_F(PesAssembly, ResetDropsThePartialPacket) {
-  const std::vector<Bytes> packets = tsPacketsOf(pesPacket(600));
-  deliver({packets[0], packets[1]});
-  OmbrixHalFilterTsToPesReset(filter);
-  deliver({packets.begin() + 2, packets.end()});
+  Deliveries deliveries;
+  OmbrixHalFilterHandle filter = openStarted(OMBRIX_HAL_FILTER_TYPE_PES, 0x100, deliveries, {}, true);
+  load(concat(tsPacketsOf(pesPacket(600))));
+  ASSERT_EQ(OmbrixHalTunerReceive(tuner, 2), 1);
+  OmbrixHalFilterReset(filter);
+  ASSERT_EQ(OmbrixHalTunerReceive(tuner, 2), 1);
   EXPECT_TRUE(deliveries.calls.empty());
+  OmbrixHalFilterClose(filter);
 }
 
 }  // namespace

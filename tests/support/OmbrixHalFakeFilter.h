@@ -1,13 +1,12 @@
 // A stand-in for the filter a chain stage draws from: it keeps the input handler that the stage
-// hooks onto it, counts the calls the stage makes of it, and hands packets (or PES packets) to
-// the stage as a real parent would.
+// hooks onto it, refuses the start when told to, and hands packets (or PES packets)
+// to the stage as a real parent would.
 #ifndef OMBRIX_HAL_FAKE_FILTER_H
 #define OMBRIX_HAL_FAKE_FILTER_H
 
 #include <cstdint>
 #include <vector>
 
-#include "OmbrixHalStreamBuilder.h"
 #include "OmbrixHalTFilterHead.h"
 #include "OmbrixHalTTunerHead.h"
 #include "OmbrixHalTestFixture.h"
@@ -34,11 +33,7 @@ struct FakeParentFilter {
   OmbrixHalFilterHandler input;
   void* inputContext;
   uint32_t running;
-  bool refuseHandler;
   bool refuseStart;
-  int setParameterCalls;
-  int startCalls;
-  int stopCalls;
 
   // Closing the stage closes its parent: this count survives the fake.
   static inline int destroyed = 0;
@@ -70,30 +65,21 @@ inline FakeParentFilter* createFakeParent(OmbrixHalFilterType type = OMBRIX_HAL_
       },
       .SetFilterHandler = [](OmbrixHalFilterHandle f, OmbrixHalFilterHandler h, void* c) -> OmbrixHalBool {
         auto* fake = reinterpret_cast<FakeParentFilter*>(f);
-        if (fake->refuseHandler) {
-          return 0;
-        }
         fake->input = h;
         fake->inputContext = c;
         return 1;
       },
       .SetParameter = [](OmbrixHalFilterHandle f, const OmbrixHalFilterParameter* p) -> OmbrixHalBool {
-        ++reinterpret_cast<FakeParentFilter*>(f)->setParameterCalls;
         f->parameter = *p;
         return 1;
       },
       .GetParameter = nullptr,
       .Start = [](OmbrixHalFilterHandle f) -> OmbrixHalBool {
         auto* fake = reinterpret_cast<FakeParentFilter*>(f);
-        ++fake->startCalls;
-        fake->running = fake->refuseStart ? 0 : 1;
-        return fake->running;
+        return fake->running = fake->refuseStart ? 0 : 1;
       },
       .Stop = [](OmbrixHalFilterHandle f) -> OmbrixHalBool {
-        auto* fake = reinterpret_cast<FakeParentFilter*>(f);
-        ++fake->stopCalls;
-        fake->running = 0;
-        return 1;
+        return reinterpret_cast<FakeParentFilter*>(f)->running = 0, 1;
       },
       .IsEnabled = [](OmbrixHalFilterHandle f) -> OmbrixHalBool {
         return reinterpret_cast<FakeParentFilter*>(f)->running;
@@ -102,39 +88,6 @@ inline FakeParentFilter* createFakeParent(OmbrixHalFilterType type = OMBRIX_HAL_
   };
   return parent;
 }
-
-// A stage made by `create` on a fake parent of `parentType`, hooked to `deliveries` (or to
-// `handler`), given `parameter` and started, all through the generic entry points.
-template <typename Base>
-class StageTest : public Base {
- protected:
-  void makeStage(OmbrixHalFilterHandle (*create)(OmbrixHalFilterHandle), OmbrixHalFilterType parentType,
-                 OmbrixHalFilterParameter parameter = pidParameter(0x100),
-                 OmbrixHalFilterHandler handler = Deliveries::record) {
-    parent = createFakeParent(parentType);
-    filter = create(&parent->head);
-    ASSERT_NE(filter, nullptr);
-    ASSERT_TRUE(OmbrixHalFilterSetHandler(filter, handler, &deliveries));
-    ASSERT_TRUE(OmbrixHalFilterSetParameter(filter, &parameter));
-    ASSERT_TRUE(OmbrixHalFilterStart(filter));
-  }
-  // Closing the hooked stage closes its parent too.
-  void TearDown() override {
-    if (filter != nullptr) {
-      OmbrixHalFilterClose(filter);
-    }
-    Base::TearDown();
-  }
-  void deliver(const std::vector<Bytes>& packets) {
-    for (const Bytes& packet : packets) {
-      parent->deliver(packet);
-    }
-  }
-
-  FakeParentFilter* parent = nullptr;
-  OmbrixHalFilterHandle filter = nullptr;
-  Deliveries deliveries;
-};
 
 }  // namespace ombrixhal::test
 

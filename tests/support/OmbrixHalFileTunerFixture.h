@@ -79,14 +79,32 @@ class FileTunerTest : public HalTest {
                 1);
     }
   }
-  // Opens an unnamed filter of `type` delivering to `deliveries`, sets `pid` and starts it.
-  OmbrixHalFilterHandle openStarted(OmbrixHalFilterType type, uint32_t pid, Deliveries& deliveries,
-                                    OmbrixHalFilterParameter parameter = {}) {
-    OmbrixHalFilterHandle filter = OmbrixHalFilterOpen(tuner, type, nullptr, Deliveries::record, &deliveries);
+  // Opens an unnamed filter of `type` delivering to `handler` (a client's map filter, or with
+  // `chain` the top of a bare chain), sets `pid` and starts it.
+  OmbrixHalFilterHandle openStarted(OmbrixHalFilterType type, uint32_t pid, OmbrixHalFilterHandler handler,
+                                    void* context, OmbrixHalFilterParameter parameter = {}, bool chain = false) {
+    OmbrixHalFilterHandle filter = chain ? OmbrixHalFilterCreateRealFilter(tuner, type, handler, context)
+                                         : OmbrixHalFilterOpen(tuner, type, nullptr, handler, context);
     parameter.pid = pid;
     EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter), 1);
     EXPECT_EQ(OmbrixHalFilterStart(filter), 1);
     return filter;
+  }
+  OmbrixHalFilterHandle openStarted(OmbrixHalFilterType type, uint32_t pid, Deliveries& deliveries,
+                                    OmbrixHalFilterParameter parameter = {}, bool chain = false) {
+    return openStarted(type, pid, Deliveries::record, &deliveries, parameter, chain);
+  }
+  // Plays `packets` once (and a null packet, for the tuner to find its sync) through a bare
+  // chain of `type` on PID 0x100, started with `parameter`: what it delivered, each delivery
+  // naming the chain's top.
+  std::vector<Bytes> delivered(OmbrixHalFilterType type, const std::vector<Bytes>& packets,
+                               OmbrixHalFilterParameter parameter = {}) {
+    Deliveries deliveries;
+    OmbrixHalFilterHandle filter = openStarted(type, 0x100, deliveries, parameter, true);
+    play(concat({concat(packets), tsPacketOf(0x1fff, 0xff)}));
+    EXPECT_EQ(deliveries.from(), std::vector(deliveries.calls.size(), filter));
+    EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
+    return deliveries.data();
   }
 
   std::string path;

@@ -85,19 +85,18 @@ inline Bytes tsPacketOf(uint32_t pid, uint8_t marker, bool unitStart = false) {
   return tsPacketWith(Bytes(kTsPayloadSize, marker), unitStart, {}, pid);
 }
 
-// `bytes` over packets of PID 0x100: the first with the unit start (and, for sections, a pointer
+// `bytes` over packets of `pid`: the first with the unit start (and, for sections, a pointer
 // field of 0), 184 payload bytes each, the last one padded by its adaptation field so that the
 // bytes end where that packet ends.
-inline std::vector<Bytes> tsPacketsOf(const Bytes& bytes, bool pointerField = false) {
+inline std::vector<Bytes> tsPacketsOf(const Bytes& bytes, bool pointerField = false, uint32_t pid = 0x100) {
   const Bytes payload = pointerField ? concat({{0x00}, bytes}) : bytes;
   std::vector<Bytes> packets;
   for (size_t at = 0; at < payload.size(); at += kTsPayloadSize) {
     const size_t size = std::min<size_t>(kTsPayloadSize, payload.size() - at);
     const Bytes chunk(payload.begin() + static_cast<std::ptrdiff_t>(at),
                       payload.begin() + static_cast<std::ptrdiff_t>(at + size));
-    packets.push_back(tsPacketWith(chunk, at == 0,
-                                   size < kTsPayloadSize ? std::optional(static_cast<uint8_t>(183 - size))
-                                                         : std::nullopt));
+    packets.push_back(tsPacketWith(
+        chunk, at == 0, size < kTsPayloadSize ? std::optional(static_cast<uint8_t>(183 - size)) : std::nullopt, pid));
   }
   return packets;
 }
@@ -139,9 +138,10 @@ inline Bytes pesPacket(uint32_t length, bool bounded = true, uint8_t streamId = 
   return pes;
 }
 
-// A TS packet with an adaptation field only, carrying a PCR whose base's upper 32 bits are `pcr`.
-inline Bytes pcrPacket(uint32_t pcr) {
-  Bytes packet = tsPacketWith({}, false, 183);
+// A TS packet of `pid` with an adaptation field only, carrying a PCR whose base's upper 32 bits
+// are `pcr`.
+inline Bytes pcrPacket(uint32_t pcr, uint32_t pid = 0x100) {
+  Bytes packet = tsPacketWith({}, false, 183, pid);
   packet[3] = 0x20;
   packet[5] = 0x10;  // PCR_flag
   packet[6] = static_cast<uint8_t>(pcr >> 24);
