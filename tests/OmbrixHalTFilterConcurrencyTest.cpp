@@ -90,10 +90,12 @@ TEST_P(HandlerOnItsOwnFilter, EndsTheDeliveryThere) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryKind, HandlerOnItsOwnFilter, ::testing::Combine(::testing::ValuesIn(kKinds), ::testing::Bool()),
-                         [](const auto& info) {
-                           return std::string(std::get<0>(info.param).name) + (std::get<1>(info.param) ? "Close" : "Stop");
-                         });
+std::string kindAndAct(const ::testing::TestParamInfo<std::tuple<FilterKind, bool>>& info) {
+  return std::string(std::get<0>(info.param).name) + (std::get<1>(info.param) ? "Close" : "Stop");
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryKind, HandlerOnItsOwnFilter,
+                         ::testing::Combine(::testing::ValuesIn(kKinds), ::testing::Bool()), kindAndAct);
 
 // A handler that, at its first call, waits until another thread is about to act and then
 // lingers, noting whether that act came back while the delivery was still under way.
