@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "OmbrixHalFilter.h"
+#include "OmbrixHalFilterDvbTTsToTs.h"
 #include "OmbrixHalFilterFileAnalogEpr.h"
 #include "OmbrixHalFilterFileDigitalTs.h"
 #include "OmbrixHalFilterPesToTtx.h"
@@ -379,8 +380,8 @@ OmbrixHalFilterHandle OmbrixHalFilterFactoryCreateFilter(OmbrixHalTunerHandle aT
       aTuner->Operations.GetType(aTuner) != OMBRIX_HAL_TUNER_TYPE_DVB_T || aType > OMBRIX_HAL_FILTER_TYPE_TELETEXT) {
     return nullptr;
   }
-  // The broadcast receiver's TS root comes with the DVB-T tuner; no tuner reports that type yet.
-  return nullptr;
+  // Whatever the type asked, the root is a TS filter: the chain builder puts the stages on it.
+  return OmbrixHalFilterDvbTTsToTsCreate(aTuner);
 }
 
 OmbrixHalFilterHandle OmbrixHalFilterCreateChain(OmbrixHalFilterHandle aRoot, OmbrixHalFilterType aType,

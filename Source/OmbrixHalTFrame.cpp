@@ -45,11 +45,13 @@ OmbrixHalBool OmbrixHalInit_(const OmbrixHalInitParameter* aParameter, const cha
   OmbrixHalClockInit();
   OmbrixHalThreadInit();
   OmbrixHalConsoleInit();
+  OmbrixHalAudioOutInit();
   OmbrixHalCiInit();
   OmbrixHalFileInit();
   OmbrixHalFrontDisplayInit();
   OmbrixHalKeyEventInit();
   OmbrixHalTimerInit();
+  OmbrixHalVideoOutInit();
   OmbrixHalUartInit();
 
   if (platform.PostInit != nullptr) {
@@ -65,11 +67,13 @@ OmbrixHalBool OmbrixHalDone(void) noexcept {
   }
   // Exactly the reverse of the start-up order.
   OmbrixHalUartDone();
+  OmbrixHalVideoOutDone();
   OmbrixHalTimerDone();
   OmbrixHalKeyEventDone();
   OmbrixHalFrontDisplayDone();
   OmbrixHalFileDone();
   OmbrixHalCiDone();
+  OmbrixHalAudioOutDone();
   OmbrixHalConsoleDone();
   OmbrixHalThreadDone();
   OmbrixHalClockDone();

@@ -7,6 +7,7 @@
 #include "OmbrixHalTTunerParameter.h"
 #include "OmbrixHalTimer.h"
 #include "OmbrixHalTuner.h"
+#include "OmbrixHalTunerDvbT.h"
 #include "OmbrixHalTunerFileAnalog.h"
 #include "OmbrixHalTunerFileDigital.h"
 
@@ -179,9 +180,8 @@ OmbrixHalTunerHandle OmbrixHalTunerOpen(const char* aTunerTypeString) noexcept {
 }
 
 OmbrixHalTunerHandle OmbrixHalTunerFactoryCreateTuner(OmbrixHalTunerType aType) noexcept {
-  // Only the DVB-T tuner (type 9) will be made here; until it is built no type has a tuner.
-  static_cast<void>(aType);
-  return nullptr;
+  // The only broadcast tuner of this platform.
+  return aType == OMBRIX_HAL_TUNER_TYPE_DVB_T ? OmbrixHalTunerDvbTCreate(aType) : nullptr;
 }
 
 OmbrixHalBool OmbrixHalTunerClose(OmbrixHalTunerHandle aThis) noexcept {

@@ -181,7 +181,9 @@ int benchPaced(double windowSeconds) {
 
 int main(int argc, char** argv) {
   const std::string mode = argc > 1 ? argv[1] : "pull";
-  OmbrixHalInitParameter parameter = {0, 1};  // the plain allocator, as a release build runs
+  static const uintptr_t videoWindow[1] = {0};  // no window
+  // The plain allocator, as a release build runs.
+  OmbrixHalInitParameter parameter = {0, reinterpret_cast<uintptr_t>(videoWindow)};
   if (!OmbrixHalInit(&parameter)) {
     std::fprintf(stderr, "ombrixhal-bench-file-digital: the HAL did not start\n");
     return 1;

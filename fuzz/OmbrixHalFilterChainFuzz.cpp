@@ -294,7 +294,8 @@ void cutIntoPackets(const uint8_t* aData, size_t aSize) {
 
 // Started once: the tuner's pacing thread makes opening one per input slow.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  OmbrixHalInitParameter parameter = {1, 1};
+  static const uintptr_t videoWindow[1] = {0};
+  OmbrixHalInitParameter parameter = {1, reinterpret_cast<uintptr_t>(videoWindow)};
   OmbrixHalSetLogHandler(watchLog, nullptr);
   OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_ERROR);
   if (!OmbrixHalInit(&parameter) || (tuner = OmbrixHalTunerOpen("digitalFile")) == nullptr) {

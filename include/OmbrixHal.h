@@ -3,6 +3,8 @@
 #define OMBRIX_HAL_H
 
 #include "OmbrixHalAppDsub.h"
+#include "OmbrixHalAudioOut.h"
+#include "OmbrixHalAvPlayer.h"
 #include "OmbrixHalCi.h"
 #include "OmbrixHalClock.h"
 #include "OmbrixHalConsole.h"
@@ -10,6 +12,8 @@
 #include "OmbrixHalDateTime.h"
 #include "OmbrixHalFile.h"
 #include "OmbrixHalFilter.h"
+#include "OmbrixHalFilterDvbTTs.h"
+#include "OmbrixHalFilterDvbTTsToTs.h"
 #include "OmbrixHalFilterFileAnalogEpr.h"
 #include "OmbrixHalFilterFileDigitalTs.h"
 #include "OmbrixHalFilterPesToTtx.h"
@@ -26,10 +30,12 @@
 #include "OmbrixHalThread.h"
 #include "OmbrixHalTimer.h"
 #include "OmbrixHalTuner.h"
+#include "OmbrixHalTunerDvbT.h"
 #include "OmbrixHalTunerFileAnalog.h"
 #include "OmbrixHalTunerFileDigital.h"
 #include "OmbrixHalTypes.h"
 #include "OmbrixHalUart.h"
 #include "OmbrixHalVersion.h"
+#include "OmbrixHalVideoOut.h"
 
 #endif

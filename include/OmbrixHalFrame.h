@@ -10,13 +10,15 @@ OMBRIX_HAL_EXTERN_C_BEGIN
 
 /* Start record, copied by OmbrixHalInit_. */
 typedef struct OmbrixHalInitParameter {
-  uint32_t MemoryCheck;      /* non-zero selects the checking allocator */
-  uint32_t PlatformArgument; /* for the platform's init; 0 makes it fail */
+  uint32_t MemoryCheck; /* non-zero selects the checking allocator */
+  /* For the platform's init; 0 makes it fail. Here: the address of the application's video
+   * window record, whose first word is the window handle. */
+  uintptr_t PlatformArgument;
 } OmbrixHalInitParameter;
 
 typedef struct OmbrixHalPlatformInterface {
-  OmbrixHalBool (*Init)(uint32_t aPlatformArgument);
-  OmbrixHalBool (*PostInit)(uint32_t aPlatformArgument);
+  OmbrixHalBool (*Init)(uintptr_t aPlatformArgument);
+  OmbrixHalBool (*PostInit)(uintptr_t aPlatformArgument);
   void (*Done)(void);
   const char* (*GetHardwareVersion)(void);
 } OmbrixHalPlatformInterface;

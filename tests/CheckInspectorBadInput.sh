@@ -8,25 +8,29 @@ inspect=$1 stream=$2 records=$3 work=$4
 rm -rf "$work" && mkdir -p "$work" || exit 1
 failures=0 cases=0
 
-# expect [--analog] FILE REPORT ERROR: REPORT is "report" when a report must come first, else
-# "none".
+# expect [--analog FILE | --dvbt FREQUENCY | FILE] REPORT ERROR: REPORT is "report" when a report
+# must come first, else "none".
 expect() {
-  local mode=()
-  if [ "$1" = --analog ]; then mode=(--analog); shift; fi
-  local file=$1 report=$2 error=$3 status
+  local arguments name
+  case $1 in
+    --analog) arguments=(--analog "$2"); name=$2; shift 2 ;;
+    --dvbt) arguments=(--dvbt "$2" --seconds 1); name="DVB-T $2 kHz"; shift 2 ;;
+    *) arguments=("$1"); name=$1; shift ;;
+  esac
+  local report=$1 error=$2 status
   cases=$((cases + 1))
-  "$inspect" "${mode[@]}" "$file" >"$work/out" 2>"$work/err"
+  "$inspect" "${arguments[@]}" >"$work/out" 2>"$work/err"
   status=$?
   if [ "$status" -ne 1 ]; then
-    echo "$file: exit status $status, expected 1"; failures=$((failures + 1))
+    echo "$name: exit status $status, expected 1"; failures=$((failures + 1))
   fi
-  if [ "$(cat "$work/err")" != "ombrixhal-inspect: $file: $error" ]; then
-    echo "$file: stderr '$(cat "$work/err")', expected 'ombrixhal-inspect: $file: $error'"; failures=$((failures + 1))
+  if [ "$(cat "$work/err")" != "ombrixhal-inspect: $name: $error" ]; then
+    echo "$name: stderr '$(cat "$work/err")', expected 'ombrixhal-inspect: $name: $error'"; failures=$((failures + 1))
   fi
   if [ "$report" = report ] && ! grep -q '^Teletext pages' "$work/out"; then
-    echo "$file: no report"; failures=$((failures + 1))
+    echo "$name: no report"; failures=$((failures + 1))
   elif [ "$report" = none ] && [ -s "$work/out" ]; then
-    echo "$file: output '$(head -c 200 "$work/out")' besides the error"; failures=$((failures + 1))
+    echo "$name: output '$(head -c 200 "$work/out")' besides the error"; failures=$((failures + 1))
   fi
 }
 
@@ -53,6 +57,11 @@ head -c 63 "$records" >"$work/short.rec"
 expect --analog "$work/short.rec" none "too short for a file of line records (63 bytes)"
 head -c $((64 * 30 + 40)) "$records" >"$work/truncated.rec"
 expect --analog "$work/truncated.rec" report "damaged stream: 40 bytes outside whole records (truncated?)"
+
+# Live reception on the build's channel plan: a frequency that carries nothing, and one that no
+# DVB-T channel can have.
+expect --dvbt 500000 none "no reception (NOT LOCKED)"
+expect --dvbt 1 none "not a DVB-T channel (frequencies 50500 to 858000 kHz, bandwidth 6, 7 or 8 MHz)"
 
 echo "$((cases - failures)) passed, ${failures} failed"
 [ "$failures" -eq 0 ]

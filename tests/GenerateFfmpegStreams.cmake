@@ -1,6 +1,6 @@
 # Muxes the transport streams that the demultiplexer is cross-checked against, from FFmpeg's own
 # test sources, and writes beside each what FFmpeg reports of it: the program and stream table
-# (ffprobe, flat format) and each elementary stream as FFmpeg's stream copy gives it.
+# (ffprobe, flat format), its packets, and each elementary stream as FFmpeg's stream copy gives it.
 # -DFFMPEG=... -DFFPROBE=... -DOUT_DIR=...
 file(MAKE_DIRECTORY ${OUT_DIR})
 
@@ -20,6 +20,10 @@ function(mux name)
   run(${FFPROBE} -v error -show_entries
       program=program_id,pmt_pid,pcr_pid:stream=id,codec_type:program_tags=service_name -of flat ${ts}
       OUTPUT_FILE ${OUT_DIR}/${name}.probe)
+  # Each packet as "stream index,PTS,position": a position where a PES packet starts, N/A for a
+  # frame that FFmpeg's parser cut out of the middle of one.
+  run(${FFPROBE} -v error -show_entries packet=stream_index,pts,pos -of csv=p=0 ${ts}
+      OUTPUT_FILE ${OUT_DIR}/${name}.packets)
   run(${FFMPEG} -hide_banner -loglevel error -y -i ${ts}
       -map 0:v:0 -c copy -f data ${OUT_DIR}/${name}.video.es
       -map 0:a:0 -c copy -f data ${OUT_DIR}/${name}.audio.es)

@@ -2,7 +2,6 @@
 // caller gets -1.
 #include <cstdarg>
 #include <cstdio>
-#include <string>
 
 #include "OmbrixHalTestFixture.h"
 

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <chrono>
 #include <thread>
-#include <vector>
 
 #include "OmbrixHalTestFixture.h"
 

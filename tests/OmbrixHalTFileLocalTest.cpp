@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <tuple>
 
 #include "OmbrixHalTestFixture.h"
 
@@ -25,6 +26,12 @@ constexpr OmbrixHalBool kDoneResult = 1;
 #endif
 
 void writeFile(const fs::path& path, const std::string& contents) { std::ofstream(path, std::ios::binary) << contents; }
+
+// What one read of up to `size` bytes gives.
+std::string readText(OmbrixHalFileHandle file, uint32_t size) {
+  char buffer[16];
+  return std::string(buffer, OmbrixHalFileRead(file, buffer, size));
+}
 
 // The same files, "digits" and "empty", in the builtin directory and on disk.
 class FileSystemTest : public HalTest, public ::testing::WithParamInterface<const char*> {
@@ -49,21 +56,14 @@ using FileSystemReading = FileSystemTest;
 TEST_P(FileSystemReading, ReadsSeeksAndTellsAlike) {
   OmbrixHalFileHandle file = OmbrixHalFileOpen(path("/digits").c_str(), "rb");
   ASSERT_NE(file, nullptr);
-  char buffer[8] = {};
-  EXPECT_EQ(OmbrixHalFileRead(file, buffer, 4), 4u);
-  EXPECT_EQ(std::string(buffer, 4), "0123");
-  EXPECT_EQ(OmbrixHalFileSeek(file, 2, 1), 1);
-  EXPECT_EQ(OmbrixHalFileTell(file), 6);
-  EXPECT_EQ(OmbrixHalFileSeek(file, -1, 0), 0) << "before the start";
-  EXPECT_EQ(OmbrixHalFileSeek(file, -3, 2), 1);
-  EXPECT_EQ(OmbrixHalFileRead(file, buffer, sizeof buffer), 3u);
-  EXPECT_EQ(std::string(buffer, 3), "789");
-  EXPECT_EQ(OmbrixHalFileRead(file, buffer, sizeof buffer), 0u);
-  EXPECT_NE(OmbrixHalFileEof(file), 0);
-  EXPECT_EQ(OmbrixHalFileClose(file), 1);
+  // Four read, two skipped, a seek before the start refused; three left from the end, then none.
+  EXPECT_EQ((std::tuple{readText(file, 4), OmbrixHalFileSeek(file, 2, 1), OmbrixHalFileTell(file),
+                        OmbrixHalFileSeek(file, -1, 0), OmbrixHalFileSeek(file, -3, 2), readText(file, 8),
+                        readText(file, 8), OmbrixHalFileEof(file) != 0, OmbrixHalFileClose(file)}),
+            (std::tuple{"0123", 1, 6, 0, 1, "789", "", true, 1}));
   file = OmbrixHalFileOpen(path("/empty").c_str(), "r");
   ASSERT_NE(file, nullptr);
-  EXPECT_EQ(OmbrixHalFileRead(file, buffer, sizeof buffer), 0u);
+  EXPECT_EQ(readText(file, 8), "");
   EXPECT_EQ(OmbrixHalFileClose(file), 1);
 }
 
@@ -110,8 +110,9 @@ TEST_F(LocalFileSystem, RemoveAndRenameReportTheirPlatformCallsZero) {
 }
 
 // Kept: past the last file Next finds it again, so callers stop on their own. Only plain
-// files here: a step that ends on a directory would be stepped past without end.
-TEST_F(LocalFileSystem, IteratorFindsPlainFilesAndThenRepeatsTheLast) {
+// files here: a step that ends on a directory would be stepped past without end. First skips
+// dots and directories, and finds nothing in a missing directory.
+TEST_F(LocalFileSystem, IteratorFindsPlainFilesThenRepeatsTheLastAndFirstSkipsDotsAndDirectories) {
   // A directory path is cut to 195 characters before "/*.*".
   const std::string deep = (kScratch / std::string(176, 'd')).generic_string();
   ASSERT_EQ(deep.size(), 195u);
@@ -133,13 +134,10 @@ TEST_F(LocalFileSystem, IteratorFindsPlainFilesAndThenRepeatsTheLast) {
   EXPECT_EQ((std::set<std::string>{seen[0], seen[1]}), (std::set<std::string>{"digits", "empty"}));
   EXPECT_EQ((std::vector{seen[2], seen[3]}), (std::vector{seen[1], seen[1]})) << "the last repeats";
   EXPECT_EQ(OmbrixHalFileIteratorClose(iterator), 1);
-}
-
-TEST_F(LocalFileSystem, IteratorFirstSkipsDotsAndDirectories) {
   writeFile(kScratch / "sub" / "inner", "x");
   fs::create_directory(kScratch / "sub" / "deeper");
   for (const auto& [directory, name] : {std::pair{"/sub", "inner"}, std::pair{"/missing", ""}}) {
-    OmbrixHalFileIteratorHandle iterator = OmbrixHalFileIteratorOpen(local(directory).c_str());
+    iterator = OmbrixHalFileIteratorOpen(local(directory).c_str());
     char found[256] = "";
     EXPECT_EQ(OmbrixHalFileIteratorFirst(iterator), *name != '\0' ? 1 : 0) << directory;
     EXPECT_EQ(OmbrixHalFileIteratorGetFileName(iterator, found, sizeof found), 1);

@@ -77,20 +77,16 @@ TEST_F(FilePrefixRouting, OpenWithoutAMatchingPrefixFailsWithTheReason) {
 TEST_F(FilePrefixRouting, HandleCallsReachTheOpeningFileSystemAndNullHandlesGiveTheDefaults) {
   OmbrixHalFileHandle file = OmbrixHalFileOpen("//fake/a.ts", "w");
   ASSERT_NE(file, nullptr);
-  EXPECT_EQ(OmbrixHalFileWrite(file, "abc", 3), 2u);
-  EXPECT_EQ(OmbrixHalFileSeek(file, 5, 3), 0) << "origin 3 is refused before the call";
-  EXPECT_EQ(OmbrixHalFileSeek(file, 5, -1), 1) << "a negative origin is passed through";
   char buffer[4];
-  EXPECT_EQ(OmbrixHalFileRead(file, buffer, 4), 0u);
-  EXPECT_EQ(OmbrixHalFileTell(file), -1);
-  EXPECT_EQ(OmbrixHalFileEof(file), 1);
-  EXPECT_EQ(OmbrixHalFileFlush(file), 0);
-  EXPECT_EQ(OmbrixHalFileClose(file), 7);
-  EXPECT_EQ(OmbrixHalFileClose(file), 0) << "a handle closed already is ignored, quietly";
+  // Origin 3 is refused before the call, a negative one is passed through; the fake has no Read,
+  // Tell, Eof or Flush slot; a handle closed already is ignored, quietly; then NULL handles.
+  EXPECT_EQ((std::vector<int64_t>{OmbrixHalFileWrite(file, "abc", 3), OmbrixHalFileSeek(file, 5, 3),
+                                  OmbrixHalFileSeek(file, 5, -1), OmbrixHalFileRead(file, buffer, 4),
+                                  OmbrixHalFileTell(file), OmbrixHalFileEof(file), OmbrixHalFileFlush(file),
+                                  OmbrixHalFileClose(file), OmbrixHalFileClose(file), OmbrixHalFileClose(nullptr),
+                                  OmbrixHalFileTell(nullptr), OmbrixHalFileEof(nullptr)}),
+            (std::vector<int64_t>{2, 0, 1, 0, -1, 1, 0, 7, 0, 1, -1, 1}));
   EXPECT_EQ(calls, (std::vector<std::string>{"Open a.ts w", "Seek 5 -1"}));
-  EXPECT_EQ(OmbrixHalFileClose(nullptr), 1);
-  EXPECT_EQ(OmbrixHalFileTell(nullptr), -1);
-  EXPECT_EQ(OmbrixHalFileEof(nullptr), 1);
   EXPECT_EQ(OmbrixHalFileOpen("//fake/a", nullptr), nullptr);
   OmbrixHalFileDone();
   EXPECT_EQ(OmbrixHalFileOpen("//fake/a", "r"), nullptr) << "not before Init";
@@ -110,19 +106,18 @@ using FileRegistration = FileTest;
 TEST_F(FileRegistration, ReRegistrationWithoutInitAppendsAndTenIsTheLimit) {
   OmbrixHalFileInterface record = fakeInterface("//dup/");
   record.Init = nullptr;
-  EXPECT_EQ(OmbrixHalFileRegisterFileInterface(&record), 0);
-  EXPECT_EQ(OmbrixHalFileRegisterFileInterface(&record), 0);
-  EXPECT_EQ(OmbrixHalFileEnableFileHistory("//dup/x", 1), 1);
-  EXPECT_EQ(OmbrixHalFileRemove("//dup/a.ts"), 1);
+  EXPECT_EQ((std::array{OmbrixHalFileRegisterFileInterface(&record), OmbrixHalFileRegisterFileInterface(&record),
+                        OmbrixHalFileEnableFileHistory("//dup/x", 1), OmbrixHalFileRemove("//dup/a.ts")}),
+            (std::array<OmbrixHalBool, 4>{0, 0, 1, 1}));
   EXPECT_EQ(calls, std::vector<std::string>{"Remove a.ts"});
   // builtin, local, fake and two of dup: five more fit.
   for (int i = 0; i < 6; ++i) {
     const OmbrixHalFileInterface next = fakeInterface(("//f" + std::to_string(i) + "/").c_str());
     EXPECT_EQ(OmbrixHalFileRegisterFileInterface(&next), i < 5 ? 1 : 0) << i;
   }
-  EXPECT_EQ(OmbrixHalFileVolumeMount("//f4/x"), 1);
-  EXPECT_EQ(OmbrixHalFileVolumeMount("//f5/x"), 0);
-  EXPECT_EQ(OmbrixHalFileRegisterFileInterface(nullptr), 0);
+  EXPECT_EQ((std::array{OmbrixHalFileVolumeMount("//f4/x"), OmbrixHalFileVolumeMount("//f5/x"),
+                        OmbrixHalFileRegisterFileInterface(nullptr)}),
+            (std::array<OmbrixHalBool, 3>{1, 0, 0}));
 }
 
 using FileHistory = FileTest;
@@ -156,11 +151,11 @@ TEST_F(FileHistory, FailuresNameTheirReasonAndRemoveNothing) {
   slotResult = 0;
   EXPECT_EQ(OmbrixHalFileRemove("//fake/a"), 0);
   ASSERT_EQ(OmbrixHalFileEnableFileHistory("//fake/", 1), 1);
+  // With history on, a name too long removes nothing, and a failed history rename keeps the file.
   const std::string name231 = "//fake/" + std::string(231, 'n');
-  EXPECT_EQ(OmbrixHalFileRemove(name231.c_str()), 0) << "nothing is removed";
-  EXPECT_EQ(OmbrixHalFileRemove("//fake/a"), 0) << "a failed history rename keeps the file";
-  for (const char* path : {"a", "//none/a", "//ro/a"}) {
-    EXPECT_EQ(OmbrixHalFileRemove(path), 0) << path;
+  for (const std::string& path : {name231, std::string("//fake/a"), std::string("a"), std::string("//none/a"),
+                                  std::string("//ro/a")}) {
+    EXPECT_EQ(OmbrixHalFileRemove(path.c_str()), 0) << path;
   }
   EXPECT_EQ(OmbrixHalFileEnableFileHistory("a", 1) + OmbrixHalFileEnableFileHistory("//ro/a", 1), 0);
   const char* kEnable = "OmbrixHalFileEnableFileHistory";
@@ -200,10 +195,10 @@ TEST_F(FileTest, RenameBuildsTheTargetInTheOldDirectory) {
 TEST_F(FileTest, IteratorsAndVolumesUseTheFirstFileSystemWithTheSlot) {
   OmbrixHalFileIteratorHandle iterator = OmbrixHalFileIteratorOpen("//fake/dir");
   ASSERT_NE(iterator, nullptr);
-  EXPECT_EQ(OmbrixHalFileIteratorFirst(iterator), 1);
-  EXPECT_EQ(OmbrixHalFileIteratorNext(iterator), 0);
   // Kept: without a close slot the handle is not freed.
-  EXPECT_EQ(OmbrixHalFileIteratorClose(iterator), 0);
+  EXPECT_EQ((std::array{OmbrixHalFileIteratorFirst(iterator), OmbrixHalFileIteratorNext(iterator),
+                        OmbrixHalFileIteratorClose(iterator)}),
+            (std::array<OmbrixHalBool, 3>{1, 0, 0}));
   OmbrixHalMemoryFree(iterator);
   EXPECT_EQ(OmbrixHalFileIteratorOpen("//none/dir"), nullptr);
   EXPECT_EQ(OmbrixHalFileVolumeMount("//fake/"), 1);

@@ -16,29 +16,6 @@ namespace {
 using namespace ombrixhal::test;
 using namespace std::chrono_literals;
 
-constexpr uint32_t kSectionPid = 0x100;
-constexpr uint32_t kPesPid = 0x101;
-constexpr uint32_t kTeletextPid = 0x102;
-constexpr uint32_t kPcrPid = 0x103;
-
-// `rounds` of what every filter kind delivers, each kind on its own PID: two sections in one
-// packet and one over two, an unbounded PES packet (delivered when the next one starts, which goes on into
-// the PES buffer), a teletext PES packet of two lines, a PCR.
-Bytes multiplex(int rounds) {
-  std::vector<Bytes> packets;
-  for (int round = 0; round < rounds; ++round) {
-    const auto seed = static_cast<uint8_t>(round);
-    const Bytes sections = concat({section(0x42, 9, seed), section(0x42, 9, seed), section(0x42, 300, seed)});
-    const Bytes teletext = teletextPes(0x10, {teletextUnit(0x02, seed), teletextUnit(0x03, seed)});
-    for (const auto& carried :
-         {tsPacketsOf(sections, true, kSectionPid), tsPacketsOf(pesPacket(400 + round, false), false, kPesPid),
-          tsPacketsOf(teletext, false, kTeletextPid), std::vector<Bytes>{pcrPacket(1000 + round, kPcrPid)}}) {
-      packets.insert(packets.end(), carried.begin(), carried.end());
-    }
-  }
-  return concat(packets);
-}
-
 struct FilterKind {
   const char* name;
   OmbrixHalFilterType type;
@@ -68,14 +45,12 @@ class FilterConcurrency : public FileTunerTest {
 
 // A handler that closes or stops its own filter at its first call: none comes after it.
 class HandlerOnItsOwnFilter : public FilterConcurrency,
-                              public ::testing::WithParamInterface<std::tuple<FilterKind, bool>> {
- protected:
-  static inline int calls = 0;
-  static inline bool closes = false;
-};
+                              public ::testing::WithParamInterface<std::tuple<FilterKind, bool>> {};
 
 TEST_P(HandlerOnItsOwnFilter, EndsTheDeliveryThere) {
   load(multiplex(kRounds));
+  static int calls;
+  static bool closes;
   calls = 0;
   closes = std::get<1>(GetParam());
   OmbrixHalFilterHandle filter = openKind(std::get<0>(GetParam()), [](OmbrixHalFilterHandle aFilter, const uint8_t*,
@@ -96,29 +71,6 @@ std::string kindAndAct(const ::testing::TestParamInfo<std::tuple<FilterKind, boo
 
 INSTANTIATE_TEST_SUITE_P(EveryKind, HandlerOnItsOwnFilter,
                          ::testing::Combine(::testing::ValuesIn(kKinds), ::testing::Bool()), kindAndAct);
-
-// A handler that, at its first call, waits until another thread is about to act and then
-// lingers, noting whether that act came back while the delivery was still under way.
-struct Lingering {
-  static void handler(OmbrixHalFilterHandle, const uint8_t*, uint32_t, void* aContext) {
-    auto& lingering = *static_cast<Lingering*>(aContext);
-    if (lingering.calls++ != 0) {
-      return;
-    }
-    lingering.entered = true;
-    while (!lingering.acting) {
-      std::this_thread::yield();
-    }
-    std::this_thread::sleep_for(20ms);
-    lingering.actedDuringDelivery = lingering.acted.load();
-  }
-
-  std::atomic<int> calls{0};
-  std::atomic<bool> entered{false};
-  std::atomic<bool> acting{false};
-  std::atomic<bool> acted{false};
-  bool actedDuringDelivery = false;
-};
 
 struct OtherThreadCase {
   const char* name;
@@ -149,12 +101,7 @@ TEST_P(OtherThreadDuringDelivery, ActReturnsOnlyOnceTheDeliveryIsOver) {
   OmbrixHalFilterHandle lingeringFilter = openKind(c.kind, Lingering::handler, &lingering);
   target = c.sharedTarget ? target : lingeringFilter;
   std::thread puller([this] { pull(); });
-  while (!lingering.entered) {
-    std::this_thread::yield();
-  }
-  lingering.acting = true;
-  EXPECT_EQ(c.act(target), 1);
-  lingering.acted = true;
+  EXPECT_EQ(lingering.actDuringDelivery([&] { return c.act(target); }), 1);
   puller.join();
   EXPECT_FALSE(lingering.actedDuringDelivery);
 

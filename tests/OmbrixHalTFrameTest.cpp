@@ -3,23 +3,25 @@
 #include <array>
 
 #include "OmbrixHalTestFixture.h"
+#include "voMTPEmulatorControl.h"
 
 namespace ombrixhal::test {
 namespace {
 
-constexpr OmbrixHalInitParameter kCheckedStart = {1, 1};
+const OmbrixHalInitParameter kCheckedStart = {1, windowRecord()};
 
 // What the replaced platform getters and slots saw, in order.
 std::vector<std::string> calls;
 
-enum Module { kCriticalSection, kMemory, kClock, kThread, kConsole, kCi, kFrontDisplay, kKeyEvent, kUart };
-constexpr const char* kModuleNames[] = {"CriticalSection", "Memory",   "Clock", "Thread", "Console", "Ci",
-                                        "FrontDisplay",    "KeyEvent", "Uart"};
+enum Module { kCriticalSection, kMemory, kClock, kThread, kConsole, kAudioOut, kCi, kFrontDisplay, kKeyEvent,
+              kVideoOut, kUart };
+constexpr const char* kModuleNames[] = {"CriticalSection", "Memory",   "Clock",    "Thread", "Console", "AudioOut",
+                                        "Ci",              "FrontDisplay", "KeyEvent", "VideoOut", "Uart"};
 
 // The real platform table, with a post-init that records its argument and fails.
 OmbrixHalBool recordingFrameGetInterface(OmbrixHalPlatformInterface* aInterface) noexcept {
   OmbrixHalPlatformGetInterface(aInterface);
-  aInterface->PostInit = [](uint32_t aPlatformArgument) -> OmbrixHalBool {
+  aInterface->PostInit = [](uintptr_t aPlatformArgument) -> OmbrixHalBool {
     calls.push_back("post-init " + std::to_string(aPlatformArgument));
     return 0;
   };
@@ -48,9 +50,11 @@ struct RecordingModules {
   Recording<OmbrixHalClockPlatformInterface, kClock> clock{seam::clockPlatformGetInterface};
   Recording<OmbrixHalThreadPlatformInterface, kThread> thread{seam::threadPlatformGetInterface};
   Recording<OmbrixHalConsolePlatformInterface, kConsole> console{seam::consolePlatformGetInterface};
+  Recording<OmbrixHalAudioOutPlatformInterface, kAudioOut> audioOut{seam::audioOutPlatformGetInterface};
   Recording<OmbrixHalCiPlatformInterface, kCi> ci{seam::ciPlatformGetInterface};
   Recording<OmbrixHalFrontDisplayPlatformInterface, kFrontDisplay> frontDisplay{seam::frontDisplayPlatformGetInterface};
   Recording<OmbrixHalKeyEventPlatformInterface, kKeyEvent> keyEvent{seam::keyEventPlatformGetInterface};
+  Recording<OmbrixHalVideoOutPlatformInterface, kVideoOut> videoOut{seam::videoOutPlatformGetInterface};
   Recording<OmbrixHalUartPlatformInterface, kUart> uart{seam::uartPlatformGetInterface};
 };
 
@@ -60,18 +64,18 @@ TEST_F(FrameLifecycle, InitBringsModulesUpInOrderOnceAndDoneTakesThemDownInRever
   calls.clear();
   {
     RecordingModules recording;
-    const OmbrixHalInitParameter start = {1, 42};
-    EXPECT_EQ(OmbrixHalInit(&start), 0) << "the post-init failed";
-    EXPECT_EQ(OmbrixHalInit(&start), 1) << "a second Init is a no-op";
-    EXPECT_EQ(OmbrixHalDone(), 1);
-    EXPECT_EQ(OmbrixHalDone(), 0);
+    const OmbrixHalInitParameter start = {1, windowRecord()};
+    // The post-init fails; a second Init is a no-op, a second Done too.
+    EXPECT_EQ((std::array{OmbrixHalInit(&start), OmbrixHalInit(&start), OmbrixHalDone(), OmbrixHalDone()}),
+              (std::array{0, 1, 1, 0}));
   }
   // The platform init starts key events itself, before the modules come up.
   const std::vector<std::string> expected = {
-      "frame table",  "init KeyEvent", "init CriticalSection", "init Memory",   "init Clock",   "init Thread",
-      "init Console", "init Ci",       "init FrontDisplay",    "init KeyEvent", "init Uart",    "post-init 42",
-      "done Uart",    "done KeyEvent", "done FrontDisplay",    "done Ci",       "done Console", "done Thread",
-      "done Clock",   "done Memory",   "done CriticalSection"};
+      "frame table",   "init KeyEvent", "init CriticalSection", "init Memory",  "init Clock",
+      "init Thread",   "init Console",  "init AudioOut",        "init Ci",      "init FrontDisplay",
+      "init KeyEvent", "init VideoOut", "init Uart",            "post-init " + std::to_string(windowRecord()), "done Uart",
+      "done VideoOut", "done KeyEvent", "done FrontDisplay",    "done Ci",      "done AudioOut",
+      "done Console",  "done Thread",   "done Clock",           "done Memory",  "done CriticalSection"};
   EXPECT_EQ(calls, expected);
 }
 
@@ -115,6 +119,13 @@ TEST(FramePlatform, TableFillsInitDoneAndAHardwareVersionThatTheFrameDoesNotPass
   EXPECT_EQ(platform.PostInit, nullptr);
   EXPECT_STREQ(platform.GetHardwareVersion(), "Mobile Appliance (VO)");
   EXPECT_EQ(platform.Init(0), 0) << "no platform argument, no platform";
+  // The player library is started by the platform init and ended by its done, once.
+  voMTPEmulatorReset();
+  voMTPEmulatorFailCall("voMTPInit", 1, -1);
+  EXPECT_EQ(platform.Init(windowRecord()) * 10 + platform.Init(windowRecord()), 1) << "refused the first time";
+  platform.Done();
+  platform.Done();
+  EXPECT_EQ(voMTPEmulatorCountCalls("voMTPInit") * 10 + voMTPEmulatorCountCalls("voMTPUnInit"), 21u);
   EXPECT_STREQ(OmbrixHalGetHardwareVersion(), "");
   ASSERT_EQ(OmbrixHalInit(&kCheckedStart), 1);
   EXPECT_STREQ(OmbrixHalGetHardwareVersion(), "");
@@ -123,8 +134,9 @@ TEST(FramePlatform, TableFillsInitDoneAndAHardwareVersionThatTheFrameDoesNotPass
                         OmbrixHalMemoryPlatformGetInterface(nullptr), OmbrixHalConsolePlatformGetInterface(nullptr),
                         OmbrixHalKeyEventPlatformGetInterface(nullptr), OmbrixHalCiPlatformGetInterface(nullptr),
                         OmbrixHalFrontDisplayPlatformGetInterface(nullptr), OmbrixHalClockPlatformGetInterface(nullptr),
-                        OmbrixHalThreadPlatformGetInterface(nullptr)}),
-            (std::array<OmbrixHalBool, 9>{}));
+                        OmbrixHalThreadPlatformGetInterface(nullptr), OmbrixHalAudioOutPlatformGetInterface(nullptr),
+                        OmbrixHalVideoOutPlatformGetInterface(nullptr)}),
+            (std::array<OmbrixHalBool, 11>{}));
 }
 
 std::array<uint32_t, 3> startArguments;

@@ -94,44 +94,39 @@ TEST_F(FrontDisplayTest, RefusesTheFirstBadArgumentWithoutReachingThePanel) {
   EXPECT_EQ(log.take(), std::vector{info("OmbrixHalFrontDisplaySetBrightness", "Set front display brightness to 1%")});
 }
 
-// What an operation logs on a working panel, or on this platform's.
-std::vector<LogLine> expectedLines(const Operation& operation, bool working) {
-  if (operation.success == nullptr) {  // a getter
-    return working ? std::vector<LogLine>{} : std::vector{notSupported(operation.name)};
+// A working panel logs its setters only; this platform's fails them and supports no getter; with
+// no slot, or after Done, every operation warns.
+enum class Panel { kWorking, kThisPlatform, kNoSlot, kDone };
+
+std::vector<LogLine> expectedLines(const Operation& operation, Panel panel) {
+  if (panel == Panel::kWorking) {
+    return operation.success ? std::vector{info(operation.name, operation.success)} : std::vector<LogLine>{};
   }
-  return {working ? info(operation.name, operation.success) : error(operation.name, operation.failure)};
+  if (panel == Panel::kThisPlatform && operation.success != nullptr) {
+    return {error(operation.name, operation.failure)};
+  }
+  return {notSupported(operation.name)};
 }
 
-TEST_F(FrontDisplayTest, WorkingPanelLogsItsSettersOnlyAndThisPlatformsFailsThemAndSupportsNoGetter) {
-  fillWorkingPanel(offered.table);
-  for (const bool working : {true, false}) {
-    if (!working) {
-      offered.table = {};
+TEST_F(FrontDisplayTest, OperationsReachTheSlotsOfAWorkingPanelOnlyAndLogAsThePanelAnswers) {
+  for (const Panel panel : {Panel::kWorking, Panel::kThisPlatform, Panel::kNoSlot, Panel::kDone}) {
+    SCOPED_TRACE(static_cast<int>(panel));
+    offered.table = {};
+    if (panel == Panel::kThisPlatform) {
       OmbrixHalFrontDisplayPlatformGetInterface(&offered.table);
-    }
-    restart();
-    slotCalls = 0;
-    for (const Operation& operation : operations()) {
-      EXPECT_EQ(operation.call(), working ? 1 : 0) << operation.name;
-      EXPECT_EQ(log.take(), expectedLines(operation, working));
-    }
-    EXPECT_EQ(slotCalls, working ? 9 : 0);
-  }
-}
-
-TEST_F(FrontDisplayTest, EveryOperationWarnsWithoutASlotAndAfterDone) {
-  for (const bool afterDone : {false, true}) {
-    if (afterDone) {
+    } else if (panel != Panel::kNoSlot) {
       fillWorkingPanel(offered.table);
     }
     restart();
-    if (afterDone) {
+    if (panel == Panel::kDone) {
       OmbrixHalFrontDisplayDone();
     }
+    slotCalls = 0;
     for (const Operation& operation : operations()) {
-      EXPECT_EQ(operation.call(), 0) << operation.name;
-      EXPECT_EQ(log.take(), std::vector{notSupported(operation.name)});
+      EXPECT_EQ(operation.call(), panel == Panel::kWorking ? 1 : 0) << operation.name;
+      EXPECT_EQ(log.take(), expectedLines(operation, panel));
     }
+    EXPECT_EQ(slotCalls, panel == Panel::kWorking ? 9 : 0);
   }
 }
 

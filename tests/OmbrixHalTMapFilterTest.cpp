@@ -61,8 +61,7 @@ TEST_F(MapFilterSharing, APidChangeMovesTheClientToAnotherChain) {
   EXPECT_EQ(setPid(a, 0x12), 0);
   EXPECT_EQ(log.lines(), std::vector{error("OmbrixHalFilterSetParameter",
                                            "Filter '' is running. Cannot set parameter. Stop filter first.")});
-  OmbrixHalFilterClose(a);
-  OmbrixHalFilterClose(b);
+  EXPECT_EQ(OmbrixHalFilterClose(a) + OmbrixHalFilterClose(b), 2);
 }
 
 // The client called first closes itself, or the client the fan-out was to call next.
@@ -75,12 +74,12 @@ TEST_F(MapFilterSharing, AHandlerMayCloseItsOwnOrAnotherClientDuringTheFanOut) {
     };
     static Closer closer;
     closer = {};
-    first.calls.clear();
-    second.calls.clear();
+    first = {};
+    second = {};
     OmbrixHalFilterHandle kept = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, first);
     OmbrixHalFilterHandle next = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, second);
-    OmbrixHalFilterHandle closing = OmbrixHalFilterOpen(
-        tuner, OMBRIX_HAL_FILTER_TYPE_TS, nullptr,
+    OmbrixHalFilterHandle closing = openStarted(
+        OMBRIX_HAL_FILTER_TYPE_TS, 0x12,
         [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {
           if (closer.calls++ == 0) {
             OmbrixHalFilterClose(closer.victim);
@@ -88,13 +87,11 @@ TEST_F(MapFilterSharing, AHandlerMayCloseItsOwnOrAnotherClientDuringTheFanOut) {
         },
         nullptr);
     closer.victim = closesNext ? next : closing;
-    ASSERT_EQ(setPid(closing, 0x12) + OmbrixHalFilterStart(closing), 2);
     play(kStream);
     EXPECT_EQ(closer.calls, closesNext ? 2 : 1);
     EXPECT_EQ(first.data(), (std::vector{kPid12, kPid12}));
     EXPECT_EQ(second.calls.size(), closesNext ? 0u : 2u);
-    OmbrixHalFilterClose(closesNext ? closing : next);
-    OmbrixHalFilterClose(kept);
+    EXPECT_EQ(OmbrixHalFilterClose(closesNext ? closing : next) + OmbrixHalFilterClose(kept), 2);
   }
 }
 
@@ -145,8 +142,7 @@ TEST_F(MapFilterSharing, StoppingOneOfTwoClientsRestartsTheChainForTheOther) {
   ASSERT_EQ(OmbrixHalTunerReceive(tuner, 3), 1);
   EXPECT_TRUE(first.calls.empty());
   EXPECT_EQ(second.data(), std::vector<Bytes>{table});
-  OmbrixHalFilterClose(a);
-  OmbrixHalFilterClose(b);
+  EXPECT_EQ(OmbrixHalFilterClose(a) + OmbrixHalFilterClose(b), 2);
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ uint32_t recordId(void* aParameter) {
 
 using ThreadCreate = HalTest;
 
-TEST_F(ThreadCreate, HighestPriorityRunsTheFunctionWithItsParameter) {
+TEST_F(ThreadCreate, HighestPriorityRunsTheFunctionWithItsParameterAndNullsAndPriority16AreRefused) {
   std::atomic<uint32_t> id{0};
   OmbrixHalThreadHandle thread = OmbrixHalThreadCreate(recordId, &id, 15, 0, 4096);
   ASSERT_NE(thread, nullptr);
@@ -31,16 +31,14 @@ TEST_F(ThreadCreate, HighestPriorityRunsTheFunctionWithItsParameter) {
   EXPECT_NE(id, OmbrixHalThreadGetId()) << "ids tell threads apart";
   EXPECT_EQ(OmbrixHalThreadGetId(), OmbrixHalThreadGetId());
   EXPECT_EQ(OmbrixHalThreadDestroy(thread), 0) << "neither platform destroys threads";
-  EXPECT_EQ(log.lines(), (std::vector{info("OmbrixHalThreadCreate", "Thread created: Prio=15, StackSize=4096"),
-                                      notSupported("OmbrixHalThreadDestroy")}));
-}
-
-TEST_F(ThreadCreate, RefusesANullFunctionBeforeThePriorityAndNullHandles) {
+  // A NULL function is refused before the priority.
   EXPECT_EQ(OmbrixHalThreadCreate(doNothing, nullptr, 16, 0, 0), nullptr);
   EXPECT_EQ(OmbrixHalThreadCreate(nullptr, nullptr, 99, 0, 0), nullptr);
   EXPECT_EQ(OmbrixHalThreadDestroy(nullptr), 0);
   OmbrixHalThreadTerminate(nullptr, 0);
-  EXPECT_EQ(log.lines(), (std::vector{error("OmbrixHalThreadCreate", "Illegal parameter '16' for 'aPriority'"),
+  EXPECT_EQ(log.lines(), (std::vector{info("OmbrixHalThreadCreate", "Thread created: Prio=15, StackSize=4096"),
+                                      notSupported("OmbrixHalThreadDestroy"),
+                                      error("OmbrixHalThreadCreate", "Illegal parameter '16' for 'aPriority'"),
                                       illegalNull("OmbrixHalThreadCreate", "aFunction"),
                                       illegalNull("OmbrixHalThreadDestroy", "This"),
                                       illegalNull("OmbrixHalThreadTerminate", "This")}));

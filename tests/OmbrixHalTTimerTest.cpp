@@ -1,7 +1,6 @@
 // Tests of the polled timers on a fake tick counter.
 #include <algorithm>
-#include <functional>
-#include <vector>
+#include <array>
 
 #include "OmbrixHalFakeClock.h"
 
@@ -29,12 +28,11 @@ TEST_F(TimerPool, ThirtyFirstOpenFailsANullTimerIsExpiredAndAReopenedTimerKeepsI
   EXPECT_EQ(OmbrixHalTimerIsExpired(timers[7]), 1);
   OmbrixHalTimerClose(timers[8]);
   OmbrixHalTimerClose(timers[7]);
-  ASSERT_EQ(OmbrixHalTimerOpen(), timers[7]) << "the first free entry is taken";
-  ASSERT_EQ(OmbrixHalTimerOpen(), timers[8]);
+  // The first free entries are taken, in order.
+  ASSERT_EQ((std::array{OmbrixHalTimerOpen(), OmbrixHalTimerOpen()}), (std::array{timers[7], timers[8]}));
   // Open clears nothing: judged afresh, the first would not be expired and the second would.
   FakeClock::setTicks(5);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timers[7]), 1);
-  EXPECT_EQ(OmbrixHalTimerIsExpired(timers[8]), 0);
+  EXPECT_EQ((std::array{OmbrixHalTimerIsExpired(timers[7]), OmbrixHalTimerIsExpired(timers[8])}), (std::array{1, 0}));
 }
 
 using TimerExpiry = FakeClockTest;

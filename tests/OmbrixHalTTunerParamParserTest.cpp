@@ -1,22 +1,17 @@
 // Tests of the tuner parameter text form: the key lookup with its grammar, and the parser of
 // each tuner type with its defaults, required keys and kept oddities.
 #include <cstring>
+#include <tuple>
 
 #include "OmbrixHalTestFixture.h"
 
 namespace ombrixhal::test {
 namespace {
 
-struct ValueCase {
-  std::string line;
-  const char* key;
-  OmbrixHalBool found;
-  std::string value;
-};
-
 TEST(ParamValueLookup, FollowsTheLineGrammar) {
   const std::string longWord(300, 'n');
-  const ValueCase cases[] = {
+  // The line, the key, whether it is found and its value.
+  const std::tuple<std::string, const char*, OmbrixHalBool, std::string> cases[] = {
       {"asi", ":", 1, "asi"},
       {"DVB-T : freq=1", ":", 0, ""},  // the colon stands where a key belongs
       {"DVB-T : freq=1", "freq", 0, ""},
@@ -38,12 +33,12 @@ TEST(ParamValueLookup, FollowsTheLineGrammar) {
       {"digitalFile: name=" + longWord + ", repetitions=3", "name", 1, longWord.substr(0, 256)},
       {"digitalFile: name=" + longWord + ", repetitions=3", "repetitions", 1, "3"},
   };
-  for (const ValueCase& lookup : cases) {
-    SCOPED_TRACE(lookup.line + " / " + lookup.key);
+  for (const auto& [line, key, found, expected] : cases) {
+    SCOPED_TRACE(line + " / " + key);
     char value[OMBRIX_HAL_TUNER_PARAM_VALUE_SIZE] = "stale";
-    EXPECT_EQ(OmbrixHalTunerParamParserGetParamValue(lookup.line.c_str(), lookup.key, value), lookup.found);
-    EXPECT_EQ(value, lookup.value);
-    EXPECT_EQ(OmbrixHalTunerParamParserGetParamValue(lookup.line.c_str(), lookup.key, nullptr), lookup.found);
+    EXPECT_EQ(OmbrixHalTunerParamParserGetParamValue(line.c_str(), key, value), found);
+    EXPECT_EQ(value, expected);
+    EXPECT_EQ(OmbrixHalTunerParamParserGetParamValue(line.c_str(), key, nullptr), found);
   }
   EXPECT_EQ(OmbrixHalTunerParamParserGetParamValue(nullptr, ":", nullptr), 0);
   EXPECT_EQ(OmbrixHalTunerParamParserGetParamValue("asi:", nullptr, nullptr), 0);
@@ -66,17 +61,13 @@ std::vector<int32_t> wordsOf(const OmbrixHalTunerParameter& record, size_t count
   return words;
 }
 
-struct RecordCase {
-  const char* line;
-  OmbrixHalBool ok;
-  std::vector<int32_t> words;  // one past the layout where it shows whether the rest was cleared
-};
-
 using ParamParsing = LoggedTest;
 
 TEST_F(ParamParsing, FillsEachTypeWithItsDefaultsRequiredKeysAndKeptOdditiesAndLogsNothing) {
   const std::vector<int32_t> untouched(sizeof(OmbrixHalTunerParameter) / sizeof(int32_t), kUntouched);
-  const RecordCase cases[] = {
+  // The line, the result and the record's first words: one past the layout where it shows
+  // whether the rest was cleared.
+  const std::tuple<const char*, OmbrixHalBool, std::vector<int32_t>> cases[] = {
       // DVB-T: Type, Frequency, Bandwidth, Modulation, CodeRate, TransmissionMode, GuardInterval.
       {"DVB-T: freq=474000", 1, {9, 474000, 4, 1, 1, 1, 1, 0}},
       {"DVB-T: freq=474000 bandwidth=7,guard=1/32 coderate=3/4", 1, {9, 474000, 3, 1, 9, 1, 5}},  // "4/5", kept
@@ -108,25 +99,17 @@ TEST_F(ParamParsing, FillsEachTypeWithItsDefaultsRequiredKeysAndKeptOdditiesAndL
       {"digital: freq=1", 0, untouched},
       {"", 0, untouched},
   };
-  for (const RecordCase& parse : cases) {
-    SCOPED_TRACE(parse.line);
-    EXPECT_EQ(wordsOf(parsed(parse.line, parse.ok), parse.words.size()), parse.words);
+  for (const auto& [line, ok, words] : cases) {
+    EXPECT_EQ(wordsOf(parsed(line, ok), words.size()), words) << line;
   }
   EXPECT_EQ(OmbrixHalTunerParamParser(nullptr, nullptr), 0);
   EXPECT_TRUE(log.lines().empty());
 }
 
-struct FileCase {
-  std::string line;
-  OmbrixHalBool ok;
-  std::string name;
-  uint32_t pacing;  // FieldInterval or SymbolRate
-  uint16_t repetitions;
-};
-
 TEST(FileParamParsing, ReadsNameRateAndRepetitionsWithTheirOwnRangeRules) {
   const std::string longest(255, 'n');
-  const FileCase cases[] = {
+  // The line, the result, the name, FieldInterval or SymbolRate, and Repetitions.
+  const std::tuple<std::string, OmbrixHalBool, std::string, uint32_t, uint16_t> cases[] = {
       {"digitalFile: name=\"//local/my stream.ts\"", 1, "//local/my stream.ts", 0, 1},
       {"digitalFile: name=//local/stream.ts, repetitions=3, symbolrate=1000", 1, "//local/stream.ts", 1000, 3},
       {"digitalFile: name=//local/stream.ts, repetitions=65536", 1, "//local/stream.ts", 0, 1},  // ignored, kept
@@ -136,13 +119,13 @@ TEST(FileParamParsing, ReadsNameRateAndRepetitionsWithTheirOwnRangeRules) {
       {"analogFile: name=" + longest, 1, longest, 0, 1},
       {"analogFile: name=" + longest + "n", 0, longest, 0, 1},
   };
-  for (const FileCase& parse : cases) {
-    SCOPED_TRACE(parse.line);
-    const OmbrixHalTunerParameter record = parsed(parse.line, parse.ok);
+  for (const auto& [line, ok, name, pacing, repetitions] : cases) {
+    SCOPED_TRACE(line);
+    const OmbrixHalTunerParameter record = parsed(line, ok);
     const bool digital = record.Type == OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE;
-    EXPECT_EQ(std::string(digital ? record.DigitalFile.Name : record.AnalogFile.Name), parse.name);
-    EXPECT_EQ(digital ? record.DigitalFile.SymbolRate : record.AnalogFile.FieldInterval, parse.pacing);
-    EXPECT_EQ(digital ? record.DigitalFile.Repetitions : record.AnalogFile.Repetitions, parse.repetitions);
+    EXPECT_EQ(std::string(digital ? record.DigitalFile.Name : record.AnalogFile.Name), name);
+    EXPECT_EQ(digital ? record.DigitalFile.SymbolRate : record.AnalogFile.FieldInterval, pacing);
+    EXPECT_EQ(digital ? record.DigitalFile.Repetitions : record.AnalogFile.Repetitions, repetitions);
   }
 }
 

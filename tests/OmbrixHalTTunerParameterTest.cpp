@@ -2,6 +2,7 @@
 // readable logging of a tuning request.
 #include <cstring>
 #include <memory>
+#include <tuple>
 #include <utility>
 
 #include "OmbrixHalTestFixture.h"
@@ -43,17 +44,11 @@ OmbrixHalTunerParameter dvbS(int32_t frequency) {
   return record({7, frequency, 27500000, 7, 1, 3, 9750, 10600, 11700, 1, 1, 0});
 }
 
-struct ValidationCase {
-  OmbrixHalTunerParameter record;
-  OmbrixHalBool valid;
-  std::vector<LogLine> lines;
-};
-
 using TunerParameterValidation = LoggedTest;
 
 TEST_F(TunerParameterValidation, ReportsEveryBadFieldInOrderAndChecksOnlyTheTypesItKnows) {
   const auto bad = [](const std::string& text) { return error(kCaller, "tuner param: " + text); };
-  const ValidationCase cases[] = {
+  const std::tuple<OmbrixHalTunerParameter, OmbrixHalBool, std::vector<LogLine>> cases[] = {
       {dvbT(50500), 1, {}},
       {dvbT(858000), 1, {}},
       {dvbT(50499), 0, {bad("Frequency '50499' is not in valid range [50500,858000]")}},
@@ -81,24 +76,18 @@ TEST_F(TunerParameterValidation, ReportsEveryBadFieldInOrderAndChecksOnlyTheType
       {record({11}), 0, {error(kCaller, "Unknown tuner parameter type '11'")}},
       {record({-1}), 0, {error(kCaller, "Unknown tuner parameter type '-1'")}},
   };
-  for (const ValidationCase& check : cases) {
-    EXPECT_EQ(OmbrixHalTunerParameterIsValid(&check.record, kCaller), check.valid);
-    EXPECT_EQ(log.take(), check.lines);
+  for (const auto& [parameter, valid, lines] : cases) {
+    EXPECT_EQ(OmbrixHalTunerParameterIsValid(&parameter, kCaller), valid);
+    EXPECT_EQ(log.take(), lines);
   }
   EXPECT_EQ(OmbrixHalTunerParameterIsValid(nullptr, kCaller), 0);
   EXPECT_EQ(log.take(), std::vector{nullValue(kCaller, "aParameter")});
 }
 
-struct LoggingCase {
-  OmbrixHalTunerParameter record;
-  uint32_t id;
-  std::vector<LogLine> lines;
-};
-
 using TunerParameterLogging = LoggedTest;
 
 TEST_F(TunerParameterLogging, PrintsTheLinesOfEachTypeThroughTheTextTablesAtTheGivenId) {
-  const LoggingCase cases[] = {
+  const std::tuple<OmbrixHalTunerParameter, uint32_t, std::vector<LogLine>> cases[] = {
       {dvbT(474000),
        0x3000,
        {info(kCaller, "DVB-T tune (1): Freq=474000 Bandw=8 FEC=4/5"),
@@ -116,9 +105,9 @@ TEST_F(TunerParameterLogging, PrintsTheLinesOfEachTypeThroughTheTextTablesAtTheG
        {info(kCaller, "DVB-T tune (1): Freq=474000 Bandw=UNKNOWN FEC=UNKNOWN"),
         info(kCaller, "DVB-T tune (2): Mod=QAM-64 Guard=1/4 Transm=8K")}},
   };
-  for (const LoggingCase& print : cases) {
-    OmbrixHalTunerParameterPrintLogging(&print.record, print.id, kCaller);
-    EXPECT_EQ(log.take(), print.lines);
+  for (const auto& [parameter, id, lines] : cases) {
+    OmbrixHalTunerParameterPrintLogging(&parameter, id, kCaller);
+    EXPECT_EQ(log.take(), lines);
   }
 }
 

@@ -1,8 +1,5 @@
 // Tests of the UART: this platform supports nothing, argument checks come first, a working
 // port's log lines, and Write asking the Read slot whether it is supported.
-#include <string>
-#include <vector>
-
 #include "OmbrixHalTestFixture.h"
 
 namespace ombrixhal::test {

@@ -1,21 +1,20 @@
 // Frame table of both platforms: platform init, done and the hardware version.
+#include "OmbrixHalAvPlayer.h"
 #include "OmbrixHalFrame.h"
 #include "OmbrixHalKeyEvent.h"
 #include "Platform/OmbrixHalTPlatformTable.h"
 
 namespace {
 
-OmbrixHalBool initPlatform(uint32_t aPlatformArgument) noexcept {
-  // The device needs its application window here; without one the platform cannot start.
-  if (aPlatformArgument == 0) {
+OmbrixHalBool initPlatform(uintptr_t aPlatformArgument) noexcept {
+  // The player needs the application's window; without one the platform cannot start.
+  if (aPlatformArgument == 0 || !OmbrixHalAvPlayerPlatformInit(aPlatformArgument)) {
     return 0;
   }
   // Key events are initialised here and again in the module order.
   OmbrixHalKeyEventInit();
   return 1;
 }
-
-void donePlatform(void) noexcept {}
 
 const char* getHardwareVersion(void) noexcept {
   return "Mobile Appliance (VO)";
@@ -24,7 +23,7 @@ const char* getHardwareVersion(void) noexcept {
 constexpr OmbrixHalPlatformInterface kFramePlatform = {
     .Init = initPlatform,
     .PostInit = nullptr,
-    .Done = donePlatform,
+    .Done = OmbrixHalAvPlayerPlatformDone,
     .GetHardwareVersion = getHardwareVersion,
 };
 

@@ -29,7 +29,8 @@ static void recordLine(void* aContext, const char* aFunctionName, uint32_t aLogI
 }
 
 int main(void) {
-  OmbrixHalInitParameter parameter = {1, 1};
+  static const uintptr_t videoWindow[1] = {0}; /* the application's window record: no window yet */
+  OmbrixHalInitParameter parameter = {1, (uintptr_t)videoWindow};
   void* block;
   int allocationLine;
   char expected[128];

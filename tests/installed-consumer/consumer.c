@@ -12,7 +12,8 @@ static void onLog(void* aContext, const char* aFunctionName, uint32_t aLogId, ui
 }
 
 int main(void) {
-  OmbrixHalInitParameter parameter = {0, 1};
+  static const uintptr_t videoWindow[1] = {0}; /* the application's window record: no window yet */
+  OmbrixHalInitParameter parameter = {0, (uintptr_t)videoWindow};
   OmbrixHalSetLogHandler(onLog, NULL);
   OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_ERROR);
   if (!OmbrixHalInit(&parameter)) {

@@ -40,6 +40,7 @@ struct FakeParentFilter {
   // The tuner every fake lives on: it outlives a fake that its stage closes during delivery.
   static inline OmbrixHalTunerHead tuner{};
 
+  static FakeParentFilter* of(OmbrixHalFilterHandle filter) { return reinterpret_cast<FakeParentFilter*>(filter); }
   // Gives the stage one unit of data, as the parent's own delivery would: holding its tuner.
   void deliver(const std::vector<uint8_t>& data) {
     TunerHold hold(&tuner);
@@ -57,33 +58,23 @@ inline FakeParentFilter* createFakeParent(OmbrixHalFilterType type = OMBRIX_HAL_
     FakeParentFilter::tuner.DeliveryLock = OmbrixHalCriticalSectionCreate();
   }
   parent->head.tuner = &FakeParentFilter::tuner;
+  using Fake = FakeParentFilter;
   parent->head.operations = {
-      .Destroy = [](OmbrixHalFilterHandle f) -> OmbrixHalBool {
-        ++FakeParentFilter::destroyed;
-        delete reinterpret_cast<FakeParentFilter*>(f);
-        return 1;
-      },
+      .Destroy = [](OmbrixHalFilterHandle f) -> OmbrixHalBool { return ++Fake::destroyed, delete Fake::of(f), 1; },
       .SetFilterHandler = [](OmbrixHalFilterHandle f, OmbrixHalFilterHandler h, void* c) -> OmbrixHalBool {
-        auto* fake = reinterpret_cast<FakeParentFilter*>(f);
-        fake->input = h;
-        fake->inputContext = c;
+        Fake::of(f)->input = h;
+        Fake::of(f)->inputContext = c;
         return 1;
       },
       .SetParameter = [](OmbrixHalFilterHandle f, const OmbrixHalFilterParameter* p) -> OmbrixHalBool {
-        f->parameter = *p;
-        return 1;
+        return f->parameter = *p, 1;
       },
       .GetParameter = nullptr,
       .Start = [](OmbrixHalFilterHandle f) -> OmbrixHalBool {
-        auto* fake = reinterpret_cast<FakeParentFilter*>(f);
-        return fake->running = fake->refuseStart ? 0 : 1;
+        return Fake::of(f)->running = !Fake::of(f)->refuseStart;
       },
-      .Stop = [](OmbrixHalFilterHandle f) -> OmbrixHalBool {
-        return reinterpret_cast<FakeParentFilter*>(f)->running = 0, 1;
-      },
-      .IsEnabled = [](OmbrixHalFilterHandle f) -> OmbrixHalBool {
-        return reinterpret_cast<FakeParentFilter*>(f)->running;
-      },
+      .Stop = [](OmbrixHalFilterHandle f) -> OmbrixHalBool { return Fake::of(f)->running = 0, 1; },
+      .IsEnabled = [](OmbrixHalFilterHandle f) -> OmbrixHalBool { return Fake::of(f)->running; },
       .Reset = nullptr,
   };
   return parent;

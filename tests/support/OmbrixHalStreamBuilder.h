@@ -30,32 +30,6 @@ inline Bytes concat(const std::vector<Bytes>& parts) {
   return joined;
 }
 
-// Packet `index` of a stream: sync byte, a PID and a continuity counter taken from the index,
-// and a payload that spells the index, so that any two packets of a stream differ.
-inline Bytes tsPacket(uint32_t index) {
-  Bytes packet(kTsPacketSize);
-  const uint32_t pid = index % 0x1fff;
-  packet[0] = 0x47;
-  packet[1] = static_cast<uint8_t>(pid >> 8);
-  packet[2] = static_cast<uint8_t>(pid);
-  packet[3] = static_cast<uint8_t>(0x10 | (index & 0x0f));
-  for (uint32_t i = 4; i < kTsPacketSize; ++i) {
-    packet[i] = static_cast<uint8_t>((index >> (8 * (i % 4))) + i);
-    // The payload must not fake a sync byte where a scan may look.
-    packet[i] = packet[i] == 0x47 ? 0x48 : packet[i];
-  }
-  return packet;
-}
-
-// `count` packets from packet 0 on, after `prefix`.
-inline Bytes tsStream(uint32_t count, const Bytes& prefix = {}) {
-  std::vector<Bytes> parts{prefix};
-  for (uint32_t index = 0; index < count; ++index) {
-    parts.push_back(tsPacket(index));
-  }
-  return concat(parts);
-}
-
 // A packet of `pid` carrying `payload` (at most 184 bytes) behind an adaptation field of
 // `adaptationLength` bytes when given, 0xFF to the end. Made at its final size, so that the
 // address sanitizer sees any read beyond byte 188.
@@ -78,6 +52,28 @@ inline Bytes tsPacketWith(const Bytes& payload, bool unitStart, std::optional<ui
     packet.at(at++) = byte;
   }
   return packet;
+}
+
+// Packet `index` of a stream: a PID and a continuity counter taken from the index, and a
+// payload that spells the index, so that any two packets of a stream differ.
+inline Bytes tsPacket(uint32_t index) {
+  Bytes payload(kTsPayloadSize);
+  for (uint32_t i = 4; i < kTsPacketSize; ++i) {
+    const auto byte = static_cast<uint8_t>((index >> (8 * (i % 4))) + i);
+    payload[i - 4] = byte == 0x47 ? 0x48 : byte;  // the payload must not fake a sync byte where a scan may look
+  }
+  Bytes packet = tsPacketWith(payload, false, {}, index % 0x1fff);
+  packet[3] = static_cast<uint8_t>(0x10 | (index & 0x0f));
+  return packet;
+}
+
+// `count` packets from packet 0 on, after `prefix`.
+inline Bytes tsStream(uint32_t count, const Bytes& prefix = {}) {
+  std::vector<Bytes> parts{prefix};
+  for (uint32_t index = 0; index < count; ++index) {
+    parts.push_back(tsPacket(index));
+  }
+  return concat(parts);
 }
 
 // A packet of `pid` with payload only, every payload byte `marker`.
@@ -138,18 +134,24 @@ inline Bytes pesPacket(uint32_t length, bool bounded = true, uint8_t streamId = 
   return pes;
 }
 
+// A PES packet of `stream` whose header carries `pts` (33 bits), then `length` payload bytes.
+inline Bytes pesWithPts(uint8_t stream, uint64_t pts, uint32_t length) {
+  Bytes pes{0x00, 0x00, 0x01, stream, 0, 0, 0x80, 0x80, 5, static_cast<uint8_t>(0x21 | (pts >> 29 & 0x0e)),
+            static_cast<uint8_t>(pts >> 22), static_cast<uint8_t>(pts >> 14 | 1), static_cast<uint8_t>(pts >> 7),
+            static_cast<uint8_t>(pts << 1 | 1)};
+  pes.resize(pes.size() + length, 0x55);
+  return pes;
+}
+
 // A TS packet of `pid` with an adaptation field only, carrying a PCR whose base's upper 32 bits
 // are `pcr`.
 inline Bytes pcrPacket(uint32_t pcr, uint32_t pid = 0x100) {
   Bytes packet = tsPacketWith({}, false, 183, pid);
   packet[3] = 0x20;
-  packet[5] = 0x10;  // PCR_flag
-  packet[6] = static_cast<uint8_t>(pcr >> 24);
-  packet[7] = static_cast<uint8_t>(pcr >> 16);
-  packet[8] = static_cast<uint8_t>(pcr >> 8);
-  packet[9] = static_cast<uint8_t>(pcr);
-  packet[10] = 0x7e;  // the base's lowest bit 0, reserved bits, extension 0
-  packet[11] = 0x00;
+  // PCR_flag, the base's upper 32 bits, its lowest bit 0 with the reserved bits, extension 0.
+  const Bytes field = {0x10, static_cast<uint8_t>(pcr >> 24), static_cast<uint8_t>(pcr >> 16),
+                       static_cast<uint8_t>(pcr >> 8), static_cast<uint8_t>(pcr), 0x7e, 0x00};
+  std::copy(field.begin(), field.end(), packet.begin() + 5);
   return packet;
 }
 
@@ -181,6 +183,28 @@ inline Bytes teletextPes(uint8_t dataIdentifier, const std::vector<Bytes>& units
   return pes;
 }
 
+// The PID of each filter kind's stream in multiplex().
+inline constexpr uint32_t kSectionPid = 0x100, kPesPid = 0x101, kTeletextPid = 0x102, kPcrPid = 0x103, kTsPid = 0x104;
+
+// `rounds` of what every filter kind delivers: two sections in one packet and one over two, an
+// unbounded PES packet (delivered when the next one starts, which goes on into the PES buffer), a
+// teletext PES packet of two lines, a PCR and a plain packet.
+inline Bytes multiplex(int rounds) {
+  std::vector<Bytes> packets;
+  for (int round = 0; round < rounds; ++round) {
+    const auto seed = static_cast<uint8_t>(round);
+    const Bytes sections = concat({section(0x42, 9, seed), section(0x42, 9, seed), section(0x42, 300, seed)});
+    const Bytes teletext = teletextPes(0x10, {teletextUnit(0x02, seed), teletextUnit(0x03, seed)});
+    for (const auto& carried :
+         {tsPacketsOf(sections, true, kSectionPid), tsPacketsOf(pesPacket(400 + round, false), false, kPesPid),
+          tsPacketsOf(teletext, false, kTeletextPid), std::vector<Bytes>{pcrPacket(1000 + round, kPcrPid)},
+          std::vector<Bytes>{tsPacketOf(kTsPid, seed)}}) {
+      packets.insert(packets.end(), carried.begin(), carried.end());
+    }
+  }
+  return concat(packets);
+}
+
 inline OmbrixHalFilterParameter pidParameter(uint32_t pid) {
   OmbrixHalFilterParameter parameter{};
   parameter.pid = pid;
@@ -194,8 +218,11 @@ inline void writeBytes(const std::string& path, const Bytes& bytes) {
 
 // What one filter handler was given: the delivering filter and the bytes, call by call.
 struct Deliveries {
-  static void record(OmbrixHalFilterHandle aFilter, const uint8_t* aData, uint32_t aLength, void* aContext) {
-    static_cast<Deliveries*>(aContext)->calls.emplace_back(aFilter, Bytes(aData, aData + aLength));
+  // A filter handler, or a tuner's packet handler (its source, the tuner, kept as a filter handle).
+  template <typename Source>
+  static void record(Source aSource, const uint8_t* aData, uint32_t aLength, void* aContext) {
+    static_cast<Deliveries*>(aContext)->calls.emplace_back(static_cast<OmbrixHalFilterHandle>(aSource),
+                                                           Bytes(aData, aData + aLength));
   }
   std::vector<Bytes> data() const {
     std::vector<Bytes> result;

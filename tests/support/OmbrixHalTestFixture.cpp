@@ -1,6 +1,8 @@
 // The log-capturing fixtures shared by every test file.
 #include "OmbrixHalTestFixture.h"
 
+#include <cstdarg>
+#include <cstdio>
 #include <thread>
 #include <utility>
 
@@ -67,9 +69,14 @@ void LogCapture::record(void* aContext, const char* aFunctionName, uint32_t aLog
   capture->lines_.push_back({aFunctionName, aLogId, aSeverity, aText});
 }
 
+uintptr_t windowRecord() {
+  static const uintptr_t noWindow[1] = {0};
+  return reinterpret_cast<uintptr_t>(noWindow);
+}
+
 void HalTest::SetUp() {
   LoggedTest::SetUp();
-  const OmbrixHalInitParameter parameter = {1, 1};
+  const OmbrixHalInitParameter parameter = {1, windowRecord()};
   ASSERT_EQ(OmbrixHalInit(&parameter), 1);
   log.clear();
 }
@@ -81,11 +88,37 @@ void HalTest::TearDown() {
   LoggedTest::TearDown();
 }
 
-void HalTest::restart(uint32_t memoryCheck, uint32_t platformArgument) {
+void HalTest::restart(uint32_t memoryCheck, uintptr_t platformArgument) {
   OmbrixHalDone();
   const OmbrixHalInitParameter parameter = {memoryCheck, platformArgument};
   OmbrixHalInit(&parameter);
   log.clear();
+}
+
+namespace {
+std::mutex consoleMutex;
+std::string consoleText;
+}  // namespace
+
+ConsoleCapture::ConsoleCapture() : console_(seam::consolePlatformGetInterface) {
+  take();
+  console_.table.Print = [](const char* aFormat, va_list aArguments) noexcept {
+    char text[256];
+    const int length = std::vsnprintf(text, sizeof text, aFormat, aArguments);
+    std::lock_guard lock(consoleMutex);
+    consoleText += text;
+    return int32_t{length};
+  };
+}
+
+std::string ConsoleCapture::text() const {
+  std::lock_guard lock(consoleMutex);
+  return consoleText;
+}
+
+std::string ConsoleCapture::take() {
+  std::lock_guard lock(consoleMutex);
+  return std::exchange(consoleText, {});
 }
 
 void runOnThreads(int count, const std::function<void(int index)>& body) {
@@ -96,6 +129,19 @@ void runOnThreads(int count, const std::function<void(int index)>& body) {
   for (std::thread& thread : threads) {
     thread.join();
   }
+}
+
+void Lingering::handler(OmbrixHalFilterHandle, const uint8_t*, uint32_t, void* aContext) {
+  auto& lingering = *static_cast<Lingering*>(aContext);
+  if (lingering.calls++ != 0) {
+    return;
+  }
+  lingering.entered = true;
+  while (!lingering.acting) {
+    std::this_thread::yield();
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  lingering.actedDuringDelivery = lingering.acted.load();
 }
 
 }  // namespace ombrixhal::test

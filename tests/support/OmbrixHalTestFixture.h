@@ -5,11 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <mutex>
 #include <ostream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "OmbrixHal.h"
@@ -44,7 +46,11 @@ inline LogLine notSupported(const std::string& function) {
 inline LogLine illegalNull(const std::string& function, const std::string& parameter) {
   return error(function, "Illegal parameter 'NULL' for '" + parameter + "'");
 }
-// The other wording of a refused NULL, with its own id: tuner, file and clock exports use it.
+// The other wordings of a missing slot and a refused NULL, with their own ids: tuner, filter,
+// file and clock exports use them.
+inline LogLine unsupported(const std::string& function) {
+  return warning(function, "Function not supported: '" + function + "'", 0x2001);
+}
 inline LogLine nullValue(const std::string& function, const std::string& parameter) {
   return error(function, "Illegal value 'NULL' for parameter '" + parameter + "'", 0x1003);
 }
@@ -92,6 +98,10 @@ class LoggedTest : public ::testing::Test {
   LogCapture log;
 };
 
+// The start record's platform argument: the address of the application's video window record,
+// here without a window.
+uintptr_t windowRecord();
+
 // A test with the library up (memory checking on, a valid platform argument) and the
 // start-up lines cleared. TearDown shuts it down and fails on any "Allocated block" line
 // beyond the leaks that the test declared with expectLeakedBlocks.
@@ -101,7 +111,7 @@ class HalTest : public LoggedTest {
   void TearDown() override;
 
   // Shuts the library down and starts it again, e.g. after a test replaced a platform table.
-  void restart(uint32_t memoryCheck = 1, uint32_t platformArgument = 1);
+  void restart(uint32_t memoryCheck = 1, uintptr_t platformArgument = windowRecord());
   void expectLeakedBlocks(size_t count) { expectedLeakedBlocks_ = count; }
 
  private:
@@ -144,8 +154,44 @@ class OfferedPlatformInterface {
   ScopedPlatformInterface<Interface> scoped_;
 };
 
+// Collects what the library prints on its console from construction on: construct it before the
+// library starts (as a fixture's member). Any thread may print.
+class ConsoleCapture {
+ public:
+  ConsoleCapture();
+  std::string text() const;
+  // The text since the last take, which it forgets.
+  std::string take();
+
+ private:
+  OfferedPlatformInterface<OmbrixHalConsolePlatformInterface> console_;
+};
+
 // Runs body(0) to body(count - 1), each on a thread of its own, all at once, and waits for them.
 void runOnThreads(int count, const std::function<void(int index)>& body);
+
+// A filter handler that, at its first call, waits until another thread is about to act and then
+// lingers, noting whether that act came back while the delivery was still under way.
+struct Lingering {
+  static void handler(OmbrixHalFilterHandle, const uint8_t*, uint32_t, void* aContext);
+  // Acts once the handler is in its first call; returns what the act answered.
+  template <typename Act>
+  auto actDuringDelivery(Act act) {
+    while (!entered) {
+      std::this_thread::yield();
+    }
+    acting = true;
+    const auto answer = act();
+    acted = true;
+    return answer;
+  }
+
+  std::atomic<int> calls{0};
+  std::atomic<bool> entered{false};
+  std::atomic<bool> acting{false};
+  std::atomic<bool> acted{false};
+  bool actedDuringDelivery = false;
+};
 
 }  // namespace ombrixhal::test
 

@@ -1,9 +1,12 @@
-// ombrixhal-inspect: what the HAL hands a middleware from a recording. Plays a transport stream
-// through a "digitalFile" tuner with the filters a middleware opens (sections of the PAT, the
+// ombrixhal-inspect: what the HAL hands a middleware from a recording or from live reception.
+// Plays a transport stream through a "digitalFile" tuner, or receives a channel through the
+// "DVB-T" tuner for some seconds, with the filters a middleware opens (sections of the PAT, the
 // PMTs, the SDT, the EIT present/following and the TDT/TOT; PES of every elementary stream; PCR;
-// teletext) and prints the services, events, time, counts and teletext pages it received; or
+// teletext) and prints the services, events, time, counts and teletext pages it received, with
+// --play also playing the first service through the AV player into the player library; or
 // plays analog line records through an "analogFile" tuner and its teletext filter. Uses the
 // public C API only, as a middleware does.
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,7 +15,9 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <string>
@@ -51,6 +56,11 @@ constexpr uint32_t kPcrUnitsPerSecond = 45000;
 
 const char* const kDefaultStream = OMBRIX_HAL_DEFAULT_STREAM;
 const char* const kDefaultAnalog = OMBRIX_HAL_DEFAULT_ANALOG;
+// The receiver emulator's channel plan that the build writes: the default stream on one frequency.
+const char* const kDefaultChannelPlan = OMBRIX_HAL_DEFAULT_CHANNEL_PLAN;
+constexpr const char* kChannelPlanVariable = "DIB_EMULATOR_CHANNEL_PLAN";
+constexpr uint32_t kDefaultLiveSeconds = 5;
+constexpr auto kLiveTableWait = std::chrono::seconds(5);  // the PAT and PMTs come several times a second
 const std::string kLocalPrefix = "//local/";
 constexpr size_t kLongestTunerName = 255;
 
@@ -176,7 +186,16 @@ struct Report {
   std::atomic<uint64_t> packets{0};  // TS packets, or analog line records
   uint64_t recordTeletextLines = 0;
   Damage damage;
-  bool patSeen = false;
+  // Set by the delivering thread once the PAT's services, or a PMT's streams, are written.
+  std::atomic<bool> patSeen{false};
+  std::atomic<size_t> describedServices{0};
+  // Live reception: what the tuner detected, and the signal.
+  bool live = false;
+  OmbrixHalTunerParameterDvbT reception{};
+  uint32_t strength = 0;
+  uint32_t quality = 0;
+  uint32_t seconds = 0;
+  std::string played;  // the service that the AV player played, and its PIDs
 
   uint32_t unitBytes() const { return analog ? kRecordSize : kPacketSize; }
 
@@ -196,6 +215,10 @@ struct Options {
   bool json = false;
   bool log = false;
   bool realtime = false;
+  std::string frequency;  // kHz: receive this DVB-T channel instead of playing a file
+  uint32_t bandwidthMhz = 8;
+  uint32_t seconds = kDefaultLiveSeconds;
+  bool playService = false;  // the first service through the AV player as well
 };
 
 // What a filter's handler needs: the report and the PID the filter selects.
@@ -225,7 +248,6 @@ void readPat(Report& report, uint32_t, const uint8_t* section, uint32_t length) 
   if (section[0] != kPatTable) {
     return;
   }
-  report.patSeen = true;
   for (uint32_t at = 8; at + 4 + 4 <= length; at += 4) {
     const uint32_t number = static_cast<uint32_t>(section[at] << 8 | section[at + 1]);
     if (number != 0 && report.service(number) == nullptr) {
@@ -235,6 +257,7 @@ void readPat(Report& report, uint32_t, const uint8_t* section, uint32_t length) 
       report.services.push_back(service);
     }
   }
+  report.patSeen.store(true, std::memory_order_release);
 }
 
 void readPmt(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
@@ -257,6 +280,7 @@ void readPmt(Report& report, uint32_t, const uint8_t* section, uint32_t length) 
     service->streams.push_back(stream);
     at = descriptorsEnd;
   }
+  report.describedServices.fetch_add(1, std::memory_order_release);
 }
 
 // Service type, provider name, service name.
@@ -480,6 +504,12 @@ class Filters {
       filters_.push_back(filter);
     }
   }
+  // Afterwards no handler of these filters runs: each Stop waits for a delivery under way.
+  void stopAll() {
+    for (OmbrixHalFilterHandle filter : filters_) {
+      OmbrixHalFilterStop(filter);
+    }
+  }
   void collectCrcErrors() {
     for (const auto& [filter, pid] : sectionPids_) {
       OmbrixHalFilterInfo info{};
@@ -515,14 +545,29 @@ void tune(OmbrixHalTunerHandle tuner, const std::string& file, uint32_t symbolRa
   }
 }
 
-// The services: the PAT, then every PMT, pulled from the start of the file.
-void discover(OmbrixHalTunerHandle tuner, Report& report, const std::string& file) {
-  tune(tuner, file, 0);
+// Until `done`: pulled packet by packet from a file, or waited for while a live tuner delivers
+// on its own thread.
+template <typename Done>
+void receiveUntil(OmbrixHalTunerHandle tuner, bool live, Done done) {
+  if (!live) {
+    for (uint32_t n = 0; n < kDiscoveryPacketLimit && !done() && OmbrixHalTunerReceive(tuner, 1); ++n) {
+    }
+    return;
+  }
+  const auto deadline = std::chrono::steady_clock::now() + kLiveTableWait;
+  while (!done() && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
+// The services: the PAT, then every PMT, from the start of the file or as they are broadcast.
+// Closing a filter waits for its delivery, so the services are read only once their filters
+// are closed.
+void discover(OmbrixHalTunerHandle tuner, Report& report) {
   {
     Filters filters(tuner, report);
     filters.sections(kPatPid, onSection<readPat>, true);
-    for (uint32_t n = 0; n < kDiscoveryPacketLimit && !report.patSeen && OmbrixHalTunerReceive(tuner, 1); ++n) {
-    }
+    receiveUntil(tuner, report.live, [&report] { return report.patSeen.load(std::memory_order_acquire); });
   }
   if (!report.patSeen) {
     throw Failure{"no programme association table (is it a transport stream?)"};
@@ -531,11 +576,10 @@ void discover(OmbrixHalTunerHandle tuner, Report& report, const std::string& fil
   for (const Service& service : report.services) {
     filters.sections(service.pmtPid, onSection<readPmt>, true);
   }
-  const auto allDescribed = [&report] {
-    return std::all_of(report.services.begin(), report.services.end(), [](const Service& s) { return s.described; });
-  };
-  for (uint32_t n = 0; n < kDiscoveryPacketLimit && !allDescribed() && OmbrixHalTunerReceive(tuner, 1); ++n) {
-  }
+  const size_t services = report.services.size();
+  receiveUntil(tuner, report.live, [&report, services] {
+    return report.describedServices.load(std::memory_order_acquire) >= services;
+  });
 }
 
 // The stream's rate in bits per second: the packets between the first and the last PCR of a
@@ -596,10 +640,55 @@ void playToEnd(OmbrixHalTunerHandle tuner, const Report& report, const Options& 
   }
 }
 
-// `pacedBitrate`: the stream's rate for a paced play, in bits per second.
+// The first service with audio or video, played through the AV player while this lives: its
+// audio, video and PCR PIDs, the first of each kind.
+class ServicePlayer {
+ public:
+  ServicePlayer(OmbrixHalTunerHandle tuner, Report& report) {
+    for (const Service& service : report.services) {
+      OmbrixHalAvPlayerParameter parameter{0, 0, 0, 0, service.pcrPid};
+      for (const Stream& stream : service.streams) {
+        const bool video = stream.type == 0x01 || stream.type == 0x02 || stream.type == 0x1b || stream.type == 0x24;
+        const bool audio = stream.type == 0x03 || stream.type == 0x04 || stream.type == 0x0f || stream.type == 0x81;
+        uint32_t& pid = video ? parameter.VideoPid : parameter.AudioPid;
+        if ((video || audio) && pid == 0) {
+          pid = stream.pid;
+          (video ? parameter.VideoType : parameter.AudioType) = stream.type;
+        }
+      }
+      if (parameter.AudioPid == 0 && parameter.VideoPid == 0) {
+        continue;
+      }
+      player_ = OmbrixHalAvPlayerOpen(tuner);
+      if (!OmbrixHalAvPlayerSetParameter(player_, &parameter) || !OmbrixHalAvPlayerPlay(player_)) {
+        throw Failure{"the AV player cannot play service " + std::to_string(service.number)};
+      }
+      char text[96];
+      std::snprintf(text, sizeof text, "service %u: audio 0x%04x, video 0x%04x, PCR 0x%04x", service.number,
+                    parameter.AudioPid, parameter.VideoPid, parameter.PcrPid);
+      report.played = text;
+      return;
+    }
+    throw Failure{"no service with audio or video to play"};
+  }
+  ~ServicePlayer() {
+    OmbrixHalAvPlayerStop(player_);
+    OmbrixHalAvPlayerClose(player_);
+  }
+  ServicePlayer(const ServicePlayer&) = delete;
+  ServicePlayer& operator=(const ServicePlayer&) = delete;
+
+ private:
+  OmbrixHalAvPlayerHandle player_ = nullptr;
+};
+
+// `pacedBitrate`: the stream's rate for a paced play, in bits per second. Live reception runs for
+// the seconds asked; its tuner hands each PID to one filter chain, so it counts no packets.
 void play(OmbrixHalTunerHandle tuner, Report& report, const Options& options, double pacedBitrate) {
   Filters filters(tuner, report);
-  filters.everyPacket();
+  if (!report.live) {
+    filters.everyPacket();
+  }
   filters.sections(kPatPid, onSection<readPat>, true);
   filters.sections(kSdtPid, onSection<readSdt>, true);
   filters.sections(kEitPid, onSection<readEit>, true);
@@ -618,9 +707,20 @@ void play(OmbrixHalTunerHandle tuner, Report& report, const Options& options, do
   }
   report.packets = 0;
   report.damage = {};
-  // Paced by the tuner's own thread at the stream's rate, in units of 1000 bytes per second.
-  tune(tuner, report.file, options.realtime ? static_cast<uint32_t>(std::max(pacedBitrate / 8000, 1.0)) : 0);
-  playToEnd(tuner, report, options);
+  std::unique_ptr<ServicePlayer> player;
+  if (options.playService) {
+    player = std::make_unique<ServicePlayer>(tuner, report);
+  }
+  if (report.live) {
+    std::this_thread::sleep_for(std::chrono::seconds(options.seconds));
+    report.seconds = options.seconds;
+    filters.stopAll();
+  } else {
+    // Paced by the tuner's own thread at the stream's rate, in units of 1000 bytes per second.
+    tune(tuner, report.file, options.realtime ? static_cast<uint32_t>(std::max(pacedBitrate / 8000, 1.0)) : 0);
+    playToEnd(tuner, report, options);
+  }
+  player.reset();
   filters.collectCrcErrors();
   if (report.lastUtc != 0) {
     report.clock = timeText(OmbrixHalClockGetUtcTime());
@@ -651,6 +751,31 @@ std::string eventText(const Event& event) {
   return timeText(event.start).substr(11, 5) + " " + event.name + minutes;
 }
 
+// A value of the tuning record's enumerations as the tuner's texts name it.
+const char* enumerationText(int32_t value, std::initializer_list<std::pair<int32_t, const char*>> texts) {
+  for (const auto& [number, text] : texts) {
+    if (number == value) {
+      return text;
+    }
+  }
+  return "auto";
+}
+
+std::string receptionText(const Report& report) {
+  const OmbrixHalTunerParameterDvbT& reception = report.reception;
+  char text[256];
+  std::snprintf(text, sizeof text,
+                "%u kHz, %s, %s, guard %s, %s, code rate %s; signal strength %u %%, quality %u %%; %u s received",
+                reception.Frequency,
+                enumerationText(reception.Bandwidth, {{1, "5 MHz"}, {2, "6 MHz"}, {3, "7 MHz"}, {4, "8 MHz"}}),
+                enumerationText(reception.TransmissionMode, {{2, "2K"}, {3, "4K"}, {4, "8K"}}),
+                enumerationText(reception.GuardInterval, {{2, "1/4"}, {3, "1/8"}, {4, "1/16"}, {5, "1/32"}}),
+                enumerationText(reception.Modulation, {{2, "QPSK"}, {4, "QAM-16"}, {6, "QAM-64"}}),
+                enumerationText(reception.CodeRate, {{2, "1/2"}, {5, "2/3"}, {7, "3/4"}, {10, "5/6"}, {12, "7/8"}}),
+                report.strength, report.quality, report.seconds);
+  return text;
+}
+
 void printTeletextPages(const Report& report) {
   std::printf("Teletext pages\n");
   for (const auto& [page, header] : report.teletextPages) {
@@ -662,8 +787,12 @@ void printTeletextPages(const Report& report) {
 }
 
 void printText(const Report& report) {
-  std::printf("%s: %.1f MB, %llu packets\n\n", report.file.c_str(), report.fileBytes / 1e6,
-              static_cast<unsigned long long>(report.packets.load()));
+  if (report.live) {
+    std::printf("DVB-T %s\n\n", receptionText(report).c_str());
+  } else {
+    std::printf("%s: %.1f MB, %llu packets\n\n", report.file.c_str(), report.fileBytes / 1e6,
+                static_cast<unsigned long long>(report.packets.load()));
+  }
   std::printf("Services\n");
   for (const Service& service : report.services) {
     std::printf("  %-5u %-20s %-16s PMT 0x%04x  PCR 0x%04x\n", service.number, service.name.c_str(),
@@ -682,10 +811,17 @@ void printText(const Report& report) {
   } else {
     std::printf("  no TDT or TOT\n");
   }
-  std::printf("  bitrate    %.3f Mbit/s (from PCRs)\n", bitrate(report) / 1e6);
+  if (!report.live) {
+    std::printf("  bitrate    %.3f Mbit/s (from PCRs)\n", bitrate(report) / 1e6);
+  }
+  if (!report.played.empty()) {
+    std::printf("\nPlayed\n  %s, through the AV player\n", report.played.c_str());
+  }
   std::printf("\nPIDs          packets   sections   CRC errors        PES   teletext lines\n");
   for (const auto& [pid, counts] : report.pids) {
-    std::printf("  0x%04x %12llu %10llu %12u %10llu %16llu\n", pid, static_cast<unsigned long long>(counts.packets),
+    // Live, the tuner hands each PID to one chain and nothing counts the packets.
+    const std::string packets = report.live ? "-" : std::to_string(counts.packets);
+    std::printf("  0x%04x %12s %10llu %12u %10llu %16llu\n", pid, packets.c_str(),
                 static_cast<unsigned long long>(counts.sections), counts.crcErrors,
                 static_cast<unsigned long long>(counts.pes), static_cast<unsigned long long>(counts.teletextLines));
   }
@@ -724,6 +860,12 @@ void printTeletextJson(const Report& report) {
 void printJson(const Report& report) {
   std::printf("{\n  \"file\": %s,\n  \"bytes\": %llu,\n  \"packets\": %llu,\n", jsonString(report.file).c_str(),
               static_cast<unsigned long long>(report.fileBytes), static_cast<unsigned long long>(report.packets.load()));
+  if (report.live) {
+    std::printf("  \"reception\": %s,\n", jsonString(receptionText(report)).c_str());
+  }
+  if (!report.played.empty()) {
+    std::printf("  \"played\": %s,\n", jsonString(report.played).c_str());
+  }
   std::printf("  \"services\": [");
   for (size_t i = 0; i < report.services.size(); ++i) {
     const Service& service = report.services[i];
@@ -787,21 +929,39 @@ Options parse(int argc, char** argv) {
       options.realtime = true;
     } else if (argument == "--analog") {
       options.analog = true;
+    } else if (argument == "--play") {
+      options.playService = true;
+    } else if ((argument == "--dvbt" || argument == "--bandwidth" || argument == "--seconds") && i + 1 < argc) {
+      const std::string value = argv[++i];
+      if (argument == "--dvbt") {
+        options.frequency = value;
+      } else {
+        (argument == "--seconds" ? options.seconds : options.bandwidthMhz) = static_cast<uint32_t>(std::atoi(value.c_str()));
+      }
     } else if (argument == "--help" || argument == "-h" || (argument.size() > 1 && argument[0] == '-')) {
       std::fprintf(stderr,
-                   "usage: ombrixhal-inspect [--json] [--log] [--realtime] [--analog] [FILE]\n"
+                   "usage: ombrixhal-inspect [--json] [--log] [--realtime] [--play] [FILE]\n"
+                   "       ombrixhal-inspect [--json] [--log] --analog [FILE]\n"
+                   "       ombrixhal-inspect [--json] [--log] [--play] --dvbt FREQ [--bandwidth MHZ] [--seconds N]\n"
                    "  FILE        a transport stream (default: %s)\n"
                    "  --analog    FILE holds analog line records (default: %s)\n"
+                   "  --dvbt      receive the DVB-T channel at FREQ kHz (bandwidth 8 MHz unless given) for N\n"
+                   "              seconds (default %u); with the receiver emulator, %s names its channel\n"
+                   "              plan (default: %s)\n"
                    "  --json      the report as JSON\n"
                    "  --log       the HAL's log lines on stderr\n"
-                   "  --realtime  play at the stream's own rate instead of as fast as it reads\n",
-                   kDefaultStream, kDefaultAnalog);
+                   "  --realtime  play at the stream's own rate instead of as fast as it reads\n"
+                   "  --play      play the first service through the AV player as well (with the player\n"
+                   "              library emulator, VOMTP_EMULATOR_REPORT=FILE writes what it received)\n",
+                   kDefaultStream, kDefaultAnalog, kDefaultLiveSeconds, kChannelPlanVariable, kDefaultChannelPlan);
       std::exit(argument == "--help" || argument == "-h" ? 0 : 2);
     } else {
       options.file = argument;
     }
   }
-  if (options.file.empty()) {
+  if (!options.frequency.empty()) {
+    options.file = "DVB-T " + options.frequency + " kHz";
+  } else if (options.file.empty()) {
     options.file = options.analog ? kDefaultAnalog : kDefaultStream;
   }
   return options;
@@ -845,7 +1005,8 @@ void inspect(Report& report, const Options& options) {
     throw Failure{"the HAL has no file tuner"};
   }
   try {
-    discover(tuner, report, options.file);
+    tune(tuner, options.file, 0);
+    discover(tuner, report);
     const double pacedBitrate = options.realtime ? measureBitrate(tuner, report) : 0;
     report.pids.clear();
     play(tuner, report, options, pacedBitrate);
@@ -857,6 +1018,37 @@ void inspect(Report& report, const Options& options) {
   // Whatever the tuner could not cut into whole packets: garbage before the first sync byte, or
   // a last packet cut short.
   report.damage.strayBytes = report.fileBytes - std::min(report.fileBytes, report.packets.load() * kPacketSize);
+}
+
+// A DVB-T channel: tuned by frequency and bandwidth, the detected parameters and the signal read
+// back, then the services and everything they carry for some seconds.
+void inspectLive(Report& report, const Options& options) {
+  report.live = true;
+  OmbrixHalTunerHandle tuner = OmbrixHalTunerOpen("DVB-T");
+  if (tuner == nullptr) {
+    throw Failure{"the HAL has no DVB-T tuner (is the receiver driver there?)"};
+  }
+  try {
+    const std::string line =
+        "DVB-T: freq=" + options.frequency + ", bandwidth=" + std::to_string(options.bandwidthMhz);
+    if (!OmbrixHalTunerSetParameterByString(tuner, line.c_str())) {
+      throw Failure{"not a DVB-T channel (frequencies 50500 to 858000 kHz, bandwidth 6, 7 or 8 MHz)"};
+    }
+    if (OmbrixHalTunerGetStatus(tuner) != OMBRIX_HAL_TUNER_STATUS_LOCKED) {
+      throw Failure{"no reception (NOT LOCKED)"};
+    }
+    OmbrixHalTunerParameter detected{};
+    OmbrixHalTunerGetParameter(tuner, &detected, nullptr);
+    report.reception = detected.DvbT;
+    report.strength = OmbrixHalTunerGetSignalStrength(tuner);
+    report.quality = OmbrixHalTunerGetSignalQuality(tuner);
+    discover(tuner, report);
+    play(tuner, report, options, 0);
+  } catch (const Failure&) {
+    OmbrixHalTunerClose(tuner);
+    throw;
+  }
+  OmbrixHalTunerClose(tuner);
 }
 
 // Analog line records through an "analogFile" tuner, once, into a counting handler and the
@@ -887,15 +1079,55 @@ void inspectAnalog(Report& report, const Options& options) {
   report.damage.strayBytes = report.fileBytes % kRecordSize;
 }
 
+// The HAL's console lines (the receiver's driver prints its versions there) would mix with the
+// report on stdout: while the HAL runs they go to stderr with --log, else nowhere.
+class ConsoleAside {
+ public:
+  explicit ConsoleAside(bool show) {
+    std::fflush(stdout);
+    saved_ = dup(STDOUT_FILENO);
+#if defined(_WIN32)
+    const int target = show ? dup(STDERR_FILENO) : open("NUL", O_WRONLY);
+#else
+    const int target = show ? dup(STDERR_FILENO) : open("/dev/null", O_WRONLY);
+#endif
+    dup2(target, STDOUT_FILENO);
+    close(target);
+  }
+  ~ConsoleAside() {
+    std::fflush(stdout);
+    dup2(saved_, STDOUT_FILENO);
+    close(saved_);
+  }
+  ConsoleAside(const ConsoleAside&) = delete;
+  ConsoleAside& operator=(const ConsoleAside&) = delete;
+
+ private:
+  int saved_;
+};
+
+void setEnvironment(const char* name, const char* value) {
+#if defined(_WIN32)
+  _putenv_s(name, value);
+#else
+  setenv(name, value, 1);
+#endif
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   Options options = parse(argc, argv);
   Report report;
   report.file = options.file;
-  if (const std::string reason = checkFile(report, options.analog); !reason.empty()) {
+  const bool live = !options.frequency.empty();
+  if (const std::string reason = live ? std::string{} : checkFile(report, options.analog); !reason.empty()) {
     std::fprintf(stderr, "ombrixhal-inspect: %s: %s\n", report.file.c_str(), reason.c_str());
     return 1;
+  }
+  // What the emulated antenna receives, unless the user named a plan: the build's default stream.
+  if (live && std::getenv(kChannelPlanVariable) == nullptr) {
+    setEnvironment(kChannelPlanVariable, kDefaultChannelPlan);
   }
   if (options.log) {
     OmbrixHalSetLogHandler(printLog, nullptr);
@@ -903,23 +1135,27 @@ int main(int argc, char** argv) {
     OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_WARNING);
     OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_INFO);
   }
-  OmbrixHalInitParameter parameter = {1, 1};  // the checking allocator: leaks show in --log
-  if (!OmbrixHalInit(&parameter)) {
-    std::fprintf(stderr, "ombrixhal-inspect: the HAL did not start\n");
-    OmbrixHalDone();
-    return 1;
-  }
   std::string failure;
-  try {
-    if (options.analog) {
-      inspectAnalog(report, options);
-    } else {
-      inspect(report, options);
+  {
+    const ConsoleAside console(options.log);
+    static const uintptr_t videoWindow[1] = {0};  // the application's window record: no window
+    // The checking allocator: leaks show in --log.
+    OmbrixHalInitParameter parameter = {1, reinterpret_cast<uintptr_t>(videoWindow)};
+    try {
+      if (!OmbrixHalInit(&parameter)) {
+        failure = "the HAL did not start";
+      } else if (live) {
+        inspectLive(report, options);
+      } else if (options.analog) {
+        inspectAnalog(report, options);
+      } else {
+        inspect(report, options);
+      }
+    } catch (const Failure& caught) {
+      failure = caught.reason;
     }
-  } catch (const Failure& caught) {
-    failure = caught.reason;
+    OmbrixHalDone();
   }
-  OmbrixHalDone();
   OmbrixHalSetLogHandler(nullptr, nullptr);
   if (!failure.empty()) {
     std::fprintf(stderr, "ombrixhal-inspect: %s: %s\n", report.file.c_str(), failure.c_str());

@@ -1,0 +1,437 @@
+// Tests of the DVB-T tuner and its TS filters over the receiver emulator: tuning and what the
+// driver detected, the signal, the PID table and its buffers, every driver call failing, the
+// filters against a digitalFile tuner playing the same bytes, the pool filter, and clients
+// acting while the driver's thread delivers. CTest runs them in buffer mode and, with the TS
+// reader library on the search path, in TS reader mode (OMBRIX_HAL_DVBT_READER=1).
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <thread>
+
+#include "DibEmulatorControl.h"
+#include "OmbrixHalFileTunerFixture.h"
+
+namespace ombrixhal::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+const bool kReaderMode =
+    std::getenv("OMBRIX_HAL_DVBT_READER") != nullptr && std::string(std::getenv("OMBRIX_HAL_DVBT_READER")) == "1";
+constexpr uint32_t kLocked = 474000;  // the first channel of the plan
+constexpr uint32_t kUnplanned = 530000;
+
+// Type, Frequency, Bandwidth, Modulation, CodeRate, TransmissionMode, GuardInterval.
+using DvbTRecord = std::array<int32_t, 7>;
+static_assert(sizeof(DvbTRecord) == sizeof(OmbrixHalTunerParameterDvbT));
+
+// A PID handler (Source void*) or a filter handler counting its calls in an atomic int.
+template <typename Source>
+void count(Source, const uint8_t*, uint32_t, void* aContext) {
+  ++*static_cast<std::atomic<int>*>(aContext);
+}
+
+class DvbTTest : public FileTunerTest {
+ protected:
+  void SetUp() override {
+    FileTunerTest::SetUp();
+    plan = "plan-" + path + ".txt";
+    // Every channel plays the test's stream; the values are the driver's.
+    const std::string file = " " + path + " ";
+    std::ofstream(plan) << kLocked << " 8" << file
+                        << "mode=1 guard=3 constellation=2 coderate=3 gain=30000,20000 power=1000,2000 "
+                           "value=1234567890 status=4660 quality=77\n"
+                        << "482000 7" << file << "mode=0 guard=0 constellation=0 coderate=1\n"
+                        << "490000 6" << file << "mode=2 guard=1 constellation=1\n"
+                        << "498000 8" << file << "coderate=5 power=0,2000\n506000 8" << file << "coderate=7\n"
+                        << "514000 8" << file << "mode=3 guard=4 constellation=3 coderate=4\n";
+    writeBytes(path, tsStream(10));
+    DibEmulatorReset();
+    DibEmulatorSetDelivery(DIB_EMULATOR_MANUAL);
+    DibEmulatorSetChannelPlan(plan.c_str());
+    console.take();
+    dvbT = open();
+    ASSERT_NE(dvbT, nullptr);
+    log.clear();
+  }
+  void TearDown() override {
+    OmbrixHalTunerClose(dvbT);
+    std::remove(plan.c_str());
+    FileTunerTest::TearDown();
+  }
+  static OmbrixHalTunerHandle open() { return OmbrixHalTunerOpen("DVB-T"); }
+  OmbrixHalBool tune(const DvbTRecord& record, OmbrixHalTunerHandle t = nullptr) {
+    OmbrixHalTunerParameter parameter{};
+    std::memcpy(&parameter.DvbT, record.data(), sizeof record);
+    const OmbrixHalBool tuned = OmbrixHalTunerSetParameter(t != nullptr ? t : dvbT, &parameter);
+    log.clear();
+    return tuned;
+  }
+  OmbrixHalBool tune(uint32_t frequency) { return tune({9, int32_t(frequency), 4, 1, 1, 1, 1}); }
+  static DibEmulatorCall lastCall(const char* function) {
+    std::vector<DibEmulatorCall> calls(DibEmulatorGetCalls(nullptr, 0));
+    DibEmulatorGetCalls(calls.data(), uint32_t(calls.size()));
+    const auto last = std::find_if(calls.rbegin(), calls.rend(), [&](const DibEmulatorCall& call) {
+      return std::strcmp(call.Function, function) == 0;
+    });
+    return last != calls.rend() ? *last : DibEmulatorCall{};
+  }
+  // Hands `bytes` to the driver's filter that took the last PID, as a notice of buffer `index`.
+  static int32_t deliver(const Bytes& bytes, uint8_t index = 0, uint32_t event = DIB_EMULATOR_EVENT_DATA) {
+    return DibEmulatorDeliver(uint8_t(lastCall("DibAddToFilter").Arguments[0]), index, event, bytes.data(),
+                              int32_t(bytes.size()));
+  }
+  // Opens a client of `type` on `on`, sets `pid` and starts it.
+  static OmbrixHalFilterHandle client(OmbrixHalTunerHandle on, OmbrixHalFilterType type, uint32_t pid,
+                                      OmbrixHalFilterHandler handler, void* context) {
+    OmbrixHalFilterHandle filter = OmbrixHalFilterOpen(on, type, nullptr, handler, context);
+    const OmbrixHalFilterParameter parameter = pidParameter(pid);
+    EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter) + OmbrixHalFilterStart(filter), 2);
+    return filter;
+  }
+
+  // Open, tune, two PIDs, two deliveries, strength, two removes and close, each step's answer,
+  // with the nth call of `function` failing.
+  std::vector<int64_t> runFailing(const char* function, uint32_t nth) {
+    DibEmulatorFailCall(function, nth, -1);
+    log.clear();
+    Deliveries received;
+    OmbrixHalTunerHandle t = open();
+    std::vector<int64_t> answers{t != nullptr};
+    if (t != nullptr) {
+      auto* driver = static_cast<DibDriverHandle>(OmbrixHalTunerDvbTGetHandle(t));
+      // Tuned twice: the second tuning drops the first one's channel. Taken in this order.
+      const DvbTRecord record{9, kLocked, 4, 1, 1, 1, 1};
+      answers = {1, (tune(record, t) + tune(record, t)) * 10 + OmbrixHalTunerDvbTGetStatus(t),
+                 OmbrixHalTunerDvbTAddPid(t, 0x100, Deliveries::record, &received),
+                 OmbrixHalTunerDvbTAddPid(t, 0x101, Deliveries::record, &received),
+                 deliver(concat({tsPacketOf(0x100, 1), tsPacketOf(0x101, 2)})) == 0,
+                 deliver(tsPacketOf(0x100, 1)) == 0, int64_t(received.calls.size()),
+                 OmbrixHalTunerDvbTGetSignalStrength(t), OmbrixHalTunerDvbTRemovePid(t, 0x100),
+                 OmbrixHalTunerDvbTRemovePid(t, OMBRIX_HAL_TUNER_DVB_T_PID_ALL), OmbrixHalTunerClose(t)};
+      if (std::strcmp(function, "DibClose") == 0) {
+        DibClose(driver);  // the driver stayed open
+      }
+    }
+    DibEmulatorFailCall(function, 0, 0);
+    return answers;
+  }
+
+  ConsoleCapture console;
+  OmbrixHalTunerHandle dvbT = nullptr;
+  std::string plan;
+};
+
+using DvbTTuner = DvbTTest;
+
+TEST_F(DvbTTuner, OneAtATimePrintingTheDriversVersions) {
+  EXPECT_EQ(console.take(), "DiBcom Firmware Version: 1.05\nDiBcom Driver Version: 3.2.1\nDiBcom tuner type 9090\n");
+  EXPECT_STREQ(OmbrixHalTunerDvbTGetDriverVersionString(), "3.2.1");
+  EXPECT_EQ(OmbrixHalTunerOpen("DVB-T"), nullptr);
+  EXPECT_EQ(log.lines(), std::vector{error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-T'", 0x1007)});
+  EXPECT_EQ(OmbrixHalTunerClose(dvbT), 1);
+  dvbT = open();
+  ASSERT_NE(dvbT, nullptr);
+  EXPECT_EQ(OmbrixHalTunerReceive(dvbT, 2) + OmbrixHalTunerRegisterPacketHandler(dvbT, Deliveries::record, &console) +
+                OmbrixHalTunerUnregisterPacketHandler(dvbT, &console, nullptr),
+            3);
+}
+
+TEST_F(DvbTTuner, AsksForFrequencyAndBandwidthAndWritesBackWhatTheDriverDetected) {
+  const struct {
+    DvbTRecord request;
+    DvbTRecord detected;  // the request's own values where the driver's are outside the lists
+    uint32_t bandwidth;   // asked of the driver
+  } cases[] = {
+      {{9, kLocked, 4, 1, 1, 1, 1}, {9, kLocked, 4, 6, 7, 4, 2}, 80},
+      {{9, 482000, 3, 1, 1, 1, 1}, {9, 482000, 3, 2, 2, 2, 5}, 70},
+      {{9, 490000, 2, 1, 1, 1, 1}, {9, 490000, 2, 4, 5, 3, 4}, 60},
+      {{9, 498000, 4, 1, 1, 1, 1}, {9, 498000, 4, 6, 10, 4, 3}, 80},
+      {{9, 506000, 4, 1, 1, 1, 1}, {9, 506000, 4, 6, 12, 4, 3}, 80},
+      {{9, 514000, 4, 2, 2, 2, 5}, {9, 514000, 4, 2, 2, 2, 5}, 80},
+      {{9, kLocked, 3, 1, 1, 1, 1}, {}, 70},  // planned with 8 MHz only
+      {{9, kLocked, 1, 1, 1, 1, 1}, {}, 0},   // 5 MHz cannot be asked for
+      {{9, kUnplanned, 4, 6, 7, 4, 2}, {}, 80},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(tune(c.request), 1);
+    OmbrixHalTunerParameter read{};
+    EXPECT_EQ(OmbrixHalTunerGetParameter(dvbT, &read, nullptr), 1);
+    const bool locked = c.detected[0] != 0;
+    EXPECT_EQ(std::memcmp(&read.DvbT, (locked ? c.detected : c.request).data(), sizeof(DvbTRecord)), 0) << c.request[1];
+    EXPECT_EQ(OmbrixHalTunerDvbTGetStatus(dvbT),
+              locked ? OMBRIX_HAL_TUNER_STATUS_LOCKED : OMBRIX_HAL_TUNER_STATUS_NOT_LOCKED);
+    // Every transmission parameter left to the driver, whatever the record asks.
+    DibChannelDescription expected{
+        129, 0, 0, {}, uint32_t(c.request[1]), c.bandwidth, -1, 0, 0, -1, -1, -1, -1, -1, 1, -1, -1, -1, {}};
+    DibChannelDescription given{};
+    EXPECT_EQ(DibEmulatorGetChannelRequest(&given), 1);
+    EXPECT_EQ(std::memcmp(&given, &expected, sizeof given), 0) << c.request[1];
+  }
+  EXPECT_EQ(DibEmulatorCountCalls("DibDeleteChannel"), std::size(cases) - 1);
+}
+
+TEST_F(DvbTTuner, ReportsTheSignalOfTheDriversMonitoringWhileTuned) {
+  const auto fields = [](const OmbrixHalTunerDvbTMonitoring& m) {
+    return std::vector<int64_t>{m.SignalStrength,     m.SignalQuality,       m.DriverStatus,        m.PowerRatioDb,
+                                m.PowerRatioFraction, m.DriverValueQuotient, m.DriverValueRemainder};
+  };
+  const std::pair<uint32_t, std::vector<int64_t>> cases[] = {
+      {kLocked, {69, 77, 4660, 3, 102, 12, 34567890}},  // gains 30000 and 20000, powers 1000 and 2000
+      {498000, {69, 100, 0, -100, 0, 0, 0}},            // a power of 0
+      {kUnplanned, {0, 0, 0, -100, 0, 0, 0}},           // not tuned: not asked, as reset by the tuning
+  };
+  for (const auto& [frequency, monitoring] : cases) {
+    tune(frequency);
+    const uint32_t asked = DibEmulatorCountCalls("DibGetSignalMonitoring");
+    EXPECT_EQ(OmbrixHalTunerGetSignalStrength(dvbT), monitoring[0]);
+    EXPECT_EQ(OmbrixHalTunerGetSignalQuality(dvbT), monitoring[1]);
+    EXPECT_EQ(DibEmulatorCountCalls("DibGetSignalMonitoring") - asked, frequency != kUnplanned ? 2u : 0u);
+    EXPECT_EQ(log.lines(), std::vector{info("OmbrixHalTunerGetSignalStrength",
+                                            "Signal strength is '" + std::to_string(monitoring[0]) + "%'", 0x3007)});
+    OmbrixHalTunerDvbTMonitoring read{};
+    EXPECT_EQ(OmbrixHalTunerDvbTGetMonitoring(dvbT, &read), 1);
+    EXPECT_EQ(fields(read), monitoring) << frequency;
+  }
+}
+
+TEST_F(DvbTTuner, GivesEachPacketToTheFirstEntryOfItsPidAndWholeBuffersToFlaggedEntries) {
+  Deliveries first, second, whole;
+  EXPECT_EQ(OmbrixHalTunerDvbTAddPid(dvbT, 0x100, Deliveries::record, &first), 0) << "not tuned";
+  tune(kLocked);
+  EXPECT_EQ(OmbrixHalTunerDvbTAddPid(dvbT, 0x100, Deliveries::record, &first) +
+                OmbrixHalTunerDvbTAddPid(dvbT, 0x100, Deliveries::record, &second) +
+                OmbrixHalTunerDvbTAddPid(dvbT, 0x10000, Deliveries::record, &whole) +
+                OmbrixHalTunerDvbTAddPid(dvbT, 0x20101, nullptr, nullptr) +
+                OmbrixHalTunerDvbTAddPid(dvbT, 0x101, nullptr, &first),
+            4);
+  EXPECT_EQ(log.lines(), std::vector{nullValue("OmbrixHalTunerDvbTAddPid", "aHandler")});
+  EXPECT_EQ(DibEmulatorCountCalls("DibCreateTSReader") * 10 + DibEmulatorCountCalls("DibCreateFilter"),
+            kReaderMode ? 10u : 1u);
+  const Bytes a = tsPacketOf(0x100, 1), b = tsPacketOf(0x101, 2), c = tsPacketOf(0x100, 3);
+  const Bytes buffer = concat({a, b, c, Bytes(a.begin(), a.begin() + 100)});  // and a partial packet
+  EXPECT_EQ(deliver(buffer, 0, 1) + deliver(buffer, 0, 3), 0);
+  EXPECT_EQ(first.calls.size() + whole.calls.size(), 0u) << "events 1 and 3 carry nothing";
+  for (uint8_t index : {0, 1, 0}) {
+    EXPECT_EQ(deliver(buffer, index), 0) << "the buffer came back";
+    EXPECT_EQ(lastCall("DibRegisterBuffer").Arguments[2], kReaderMode ? 0u : index);
+  }
+  EXPECT_EQ(first.data(), (std::vector{a, c, a, c, a, c}));
+  EXPECT_EQ(static_cast<void*>(first.from()[0]), dvbT);
+  EXPECT_EQ(whole.data(), std::vector(3, buffer));
+  EXPECT_TRUE(second.calls.empty());
+  for (int entry = 4; entry < 16; ++entry) {
+    EXPECT_EQ(OmbrixHalTunerDvbTAddPid(dvbT, 0x200, Deliveries::record, &second), 1);
+  }
+  EXPECT_EQ(OmbrixHalTunerDvbTAddPid(dvbT, 0x200, Deliveries::record, &second), 0) << "the 17th";
+  // The second entry of the PID takes its packets once the first is gone.
+  EXPECT_EQ(OmbrixHalTunerDvbTRemovePid(dvbT, 0x100) + OmbrixHalTunerDvbTRemovePid(dvbT, 0x102), 1);
+  EXPECT_EQ(deliver(a, 1), 0);
+  EXPECT_EQ(second.data(), std::vector<Bytes>{a});
+  EXPECT_EQ(OmbrixHalTunerDvbTRemovePid(dvbT, OMBRIX_HAL_TUNER_DVB_T_PID_ALL), 1);
+  EXPECT_NE(deliver(a), 0) << "no filter";
+  EXPECT_EQ(OmbrixHalTunerDvbTAddPid(dvbT, 0x100, Deliveries::record, &first), 1) << "a new filter";
+}
+
+TEST_F(DvbTTuner, AnswersAndStaysWellWithEveryDriverCallFailingInTurn) {
+  enum Mode { kBoth, kBuffers, kReader };
+  const std::vector<int64_t> unharmed = {1, 23, 1, 1, 1, 1, 3, 69, 1, 1, 1};
+  const struct {
+    const char* function;
+    uint32_t nth;
+    Mode mode;
+    std::vector<int64_t> answers;
+    std::string console;  // printed besides the usual lines
+  } cases[] = {
+      {"None", 1, kBoth, unharmed,
+       std::string("9090\n**DibGetChannel\n**DibGetChannel\n") +
+           (kReaderMode ? "" : "**DibUnregisterBuffer\n**DibUnregisterBuffer\n")},
+      {"DibOpen", 1, kBoth, {0}, ""},
+      {"DibOpenTSReader", 1, kReader, {0}, ""},
+      {"DibGetGlobalInfo", 1, kBoth, unharmed, "Version: 0.00\nDiBcom Driver Version: 0.0.0\n"},
+      {"DibGetChannel", 2, kBoth, {1, 22, 0, 0, 0, 0, 0, 0, 0, 0, 1}, ""},
+      {"DibDeleteChannel", 1, kBoth, unharmed, ""},
+      {"DibCreateFilter", 1, kBuffers, {1, 23, 0, 1, 1, 1, 1, 69, 0, 1, 1}, ""},
+      {"DibCreateTSReader", 1, kReader, {1, 23, 0, 1, 1, 1, 1, 69, 0, 1, 1}, "DibCreateTSReader Failed\n"},
+      {"DibRegisterBuffer", 1, kBuffers, {1, 23, 1, 1, 0, 0, 0, 69, 1, 1, 1}, "DibRegisterBuffer 0 Failed\n"},
+      {"DibRegisterBuffer", 3, kBuffers, {1, 23, 1, 1, 1, 0, 2, 69, 1, 1, 1}, ""},
+      {"DibAddToFilter", 1, kBoth, {1, 23, 0, 1, 1, 1, 1, 69, 0, 1, 1}, ""},
+      {"DibRemoveFromFilter", 1, kBoth, {1, 23, 1, 1, 1, 1, 3, 69, 0, 1, 1}, ""},
+      {"DibDeleteFilter", 1, kBuffers, {1, 23, 1, 1, 1, 1, 3, 69, 1, 0, 1}, ""},
+      {"DibDeleteTSReader", 1, kReader, unharmed, ""},  // its answer not counted
+      {"DibGetSignalMonitoring", 1, kBoth, {1, 23, 1, 1, 1, 1, 3, 0, 1, 1, 1}, ""},
+      {"DibUnregisterBuffer", 1, kBuffers, unharmed, ""},
+      {"DibCloseTSReader", 1, kReader, unharmed, ""},
+      {"DibClose", 1, kBoth, unharmed, ""},
+  };
+  EXPECT_EQ(OmbrixHalTunerClose(dvbT), 1);
+  dvbT = nullptr;
+  for (const auto& c : cases) {
+    if (c.mode == (kReaderMode ? kBuffers : kReader)) {
+      continue;
+    }
+    console.take();
+    EXPECT_EQ(runFailing(c.function, c.nth), c.answers) << c.function << " " << c.nth;
+    EXPECT_NE(console.text().find(c.console), std::string::npos) << c.function << ": " << console.text();
+    if (c.answers.size() == 1) {
+      EXPECT_EQ(log.take(), (std::vector{info("OmbrixHalCriticalSectionCreate", "Critical section created succesfully"),
+                                         error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-T'", 0x1007)}));
+    }
+  }
+}
+
+using DvbTFilters = DvbTTest;
+
+// Each filter type's PID in multiplex().
+constexpr uint32_t kPidOfType[] = {kTsPid, kSectionPid, kPcrPid, kPesPid, kTeletextPid};
+
+TEST_F(DvbTFilters, ClientsReceiveWhatADigitalFileTunerDeliversFromTheSameBytes) {
+  const std::pair<OmbrixHalFilterType, uint32_t> kinds[] = {
+      {OMBRIX_HAL_FILTER_TYPE_SECTION, kSectionPid},  {OMBRIX_HAL_FILTER_TYPE_PES, kPesPid},
+      {OMBRIX_HAL_FILTER_TYPE_TELETEXT, kTeletextPid}, {OMBRIX_HAL_FILTER_TYPE_PCR, kPcrPid},
+      {OMBRIX_HAL_FILTER_TYPE_TS, kTsPid},             {OMBRIX_HAL_FILTER_TYPE_SECTION, kSectionPid}};
+  const Bytes stream = multiplex(2);
+  std::vector<Deliveries> fromFile(std::size(kinds)), live(std::size(kinds));
+  std::vector<OmbrixHalFilterHandle> filters;
+  tune(kLocked);
+  for (size_t i = 0; i < std::size(kinds); ++i) {
+    filters.push_back(client(tuner, kinds[i].first, kinds[i].second, Deliveries::record, &fromFile[i]));
+    filters.push_back(client(dvbT, kinds[i].first, kinds[i].second, Deliveries::record, &live[i]));
+  }
+  play(stream);
+  EXPECT_EQ(deliver(stream), 0);
+  for (size_t i = 0; i < std::size(kinds); ++i) {
+    EXPECT_FALSE(live[i].calls.empty());
+    EXPECT_EQ(live[i].data(), fromFile[i].data()) << i;
+    EXPECT_EQ(OmbrixHalFilterClose(filters[2 * i]) + OmbrixHalFilterClose(filters[2 * i + 1]), 2);
+  }
+  EXPECT_EQ(DibEmulatorCountCalls("DibRemoveFromFilter"), 5u) << "one chain per PID and type";
+}
+
+TEST_F(DvbTFilters, TheRootRegistersItsPidAndDeliversWhileStartedKeepingTheOldPidOfASecondParameter) {
+  tune(kLocked);
+  Deliveries deliveries;
+  EXPECT_EQ(OmbrixHalFilterFactoryCreateFilter(dvbT, 5, Deliveries::record, nullptr), nullptr);
+  OmbrixHalFilterHandle root = OmbrixHalFilterFactoryCreateFilter(dvbT, OMBRIX_HAL_FILTER_TYPE_PES, nullptr, nullptr);
+  EXPECT_EQ(OmbrixHalFilterGetType(root), OMBRIX_HAL_FILTER_TYPE_TS);
+  OmbrixHalFilterParameter parameter = pidParameter(0x100);
+  EXPECT_EQ(OmbrixHalFilterGetParameter(root, &parameter), 1);
+  EXPECT_EQ(parameter.pid, 0u) << "zeros before any parameter";
+  const Bytes a = tsPacketOf(0x100, 1), b = tsPacketOf(0x101, 2);
+  for (uint32_t pid : {0x100, 0x101}) {
+    parameter = pidParameter(pid);
+    EXPECT_EQ(OmbrixHalFilterSetHandler(root, Deliveries::record, &deliveries), 1);
+    EXPECT_EQ(OmbrixHalFilterSetParameter(root, &parameter), 1);
+    EXPECT_EQ(lastCall("DibAddToFilter").Arguments[2], pid);
+    EXPECT_EQ(deliver(concat({a, b})), 0);
+    EXPECT_TRUE(deliveries.calls.empty()) << "not started";
+  }
+  EXPECT_EQ(OmbrixHalFilterStart(root), 1);
+  EXPECT_EQ(deliver(concat({a, b})), 0);
+  EXPECT_EQ(deliveries.data(), (std::vector{a, b}));
+  EXPECT_EQ(deliveries.from(), std::vector(2, root));
+  EXPECT_EQ(DibEmulatorCountCalls("DibRemoveFromFilter"), 0u);
+  EXPECT_EQ(OmbrixHalFilterClose(root), 1);
+  EXPECT_EQ(DibEmulatorCountCalls("DibRemoveFromFilter"), 2u);
+  EXPECT_EQ(deliver(concat({a, b})), 0) << "nothing registered";
+}
+
+TEST_F(DvbTFilters, ThePoolHasThirtyFiltersRunningOnlyOnceConfiguredAndStarted) {
+  if (OmbrixHalFilterDvbTTsInit()) {
+    expectLeakedBlocks(30);  // made once, never freed
+  }
+  EXPECT_EQ(OmbrixHalFilterDvbTTsInit(), 0);
+  tune(kLocked);
+  Deliveries deliveries;
+  EXPECT_EQ(OmbrixHalFilterDvbTTsCreate(dvbT, OMBRIX_HAL_FILTER_TYPE_PES, Deliveries::record, &deliveries), nullptr);
+  std::vector<OmbrixHalFilterHandle> pool;
+  for (int i = 0; i < 31; ++i) {
+    pool.push_back(OmbrixHalFilterDvbTTsCreate(dvbT, OMBRIX_HAL_FILTER_TYPE_TS, Deliveries::record, &deliveries));
+  }
+  EXPECT_TRUE(pool[29] != nullptr && pool[30] == nullptr);
+  OmbrixHalFilterDvbTTsDestroy(pool[7]);
+  EXPECT_EQ(OmbrixHalFilterDvbTTsCreate(dvbT, OMBRIX_HAL_FILTER_TYPE_TS, Deliveries::record, &deliveries), pool[7]);
+  OmbrixHalFilterHandle filter = pool[0];
+  OmbrixHalFilterParameter parameter = pidParameter(OMBRIX_HAL_FILTER_PID_ALL);
+  EXPECT_EQ(OmbrixHalFilterStart(filter) + OmbrixHalFilterSetParameter(filter, &parameter), 0);
+  EXPECT_EQ(DibEmulatorCountCalls("DibCreateFilter") * 10 + DibEmulatorCountCalls("DibAddToFilter"), 10u);
+  parameter.pid = 0x100;
+  EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter), 1);
+  EXPECT_EQ(OmbrixHalFilterStop(filter) + OmbrixHalFilterGetParameter(filter, &parameter), 0);
+  const Bytes packet = tsPacketOf(0x100, 1);
+  EXPECT_EQ(OmbrixHalFilterStart(filter), 1);
+  EXPECT_EQ(deliver(packet, 0, 3) + deliver(packet) + deliver(packet), 0) << "given back at once";
+  EXPECT_EQ(deliveries.data(), std::vector(2, packet));
+  EXPECT_EQ(OmbrixHalFilterStop(filter) + deliver(packet), 1);
+  EXPECT_EQ(deliveries.calls.size(), 2u) << "stopped";
+  EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
+}
+
+// Threaded: the driver's thread, or a test thread delivering through the emulator, against
+// clients acting on other threads.
+using DvbTDelivery = DvbTTest;
+
+TEST_F(DvbTDelivery, StopAndCloseOfTheRootReturnOnlyOnceADeliveryIsOver) {
+  // The root's own Stop, without the hold that the filter entry points take.
+  for (auto act : {OmbrixHalFilterDvbTTsToTsStop, OmbrixHalFilterClose}) {
+    tune(kLocked);
+    Lingering lingering;
+    OmbrixHalFilterHandle root =
+        OmbrixHalFilterCreateRealFilter(dvbT, OMBRIX_HAL_FILTER_TYPE_TS, Lingering::handler, &lingering);
+    const OmbrixHalFilterParameter parameter = pidParameter(0x100);
+    EXPECT_EQ(OmbrixHalFilterSetParameter(root, &parameter) + OmbrixHalFilterStart(root), 2);
+    std::thread driver([] { deliver(tsPacketOf(0x100, 1)); });
+    EXPECT_EQ(lingering.actDuringDelivery([&] { return act(root); }), 1);
+    driver.join();
+    EXPECT_FALSE(lingering.actedDuringDelivery);
+    if (act != OmbrixHalFilterClose) {
+      OmbrixHalFilterClose(root);
+    }
+  }
+}
+
+TEST_F(DvbTDelivery, ClientsOpenStopAndCloseFiltersWhileTheDriversThreadDelivers) {
+  writeBytes(path, multiplex(20));
+  DibEmulatorSetDelivery(DIB_EMULATOR_UNPACED);
+  tune(kLocked);
+  std::atomic<int> delivered{0};
+  const auto end = std::chrono::steady_clock::now() + 1s;
+  runOnThreads(3, [&](int index) {
+    std::minstd_rand random(static_cast<unsigned>(index) + 1);
+    while (std::chrono::steady_clock::now() < end) {
+      const auto type = OmbrixHalFilterType(random() % 5);
+      OmbrixHalFilterHandle filter = client(dvbT, type, kPidOfType[type], count<OmbrixHalFilterHandle>, &delivered);
+      std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
+      if (random() % 2 == 0) {
+        EXPECT_EQ(OmbrixHalFilterStop(filter) + OmbrixHalFilterStart(filter), 2);
+      }
+      EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
+    }
+  });
+  EXPECT_GT(delivered.load(), 0);
+}
+
+TEST_F(DvbTDelivery, ClosingTheTunerEndsTheDeliveryUnderWay) {
+  DibEmulatorSetDelivery(DIB_EMULATOR_UNPACED);
+  tune(kLocked);
+  std::atomic<int> buffers{0}, packets{0};
+  OmbrixHalFilterHandle filter =
+      client(dvbT, OMBRIX_HAL_FILTER_TYPE_TS, 0x0005, count<OmbrixHalFilterHandle>, &packets);
+  EXPECT_EQ(OmbrixHalTunerDvbTAddPid(dvbT, OMBRIX_HAL_TUNER_DVB_T_PID_WHOLE_BUFFER, count<void*>, &buffers), 1);
+  // The driver's thread goes on delivering to the whole-buffer entry while the tuner closes.
+  while (packets < 10 || buffers < 10) {
+    std::this_thread::yield();
+  }
+  EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
+  EXPECT_EQ(OmbrixHalTunerClose(dvbT), 1);
+  dvbT = nullptr;
+  const int after = buffers;
+  std::this_thread::sleep_for(10ms);
+  EXPECT_EQ(buffers, after);
+}
+
+}  // namespace
+}  // namespace ombrixhal::test
