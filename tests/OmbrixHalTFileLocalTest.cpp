@@ -134,6 +134,9 @@ TEST_F(LocalFileSystem, IteratorFindsPlainFilesThenRepeatsTheLastAndFirstSkipsDo
   EXPECT_EQ((std::set<std::string>{seen[0], seen[1]}), (std::set<std::string>{"digits", "empty"}));
   EXPECT_EQ((std::vector{seen[2], seen[3]}), (std::vector{seen[1], seen[1]})) << "the last repeats";
   EXPECT_EQ(OmbrixHalFileIteratorClose(iterator), 1);
+  // Removed by name: under Wine a listing fails once the absolute path passes 260 characters,
+  // and how deep the working directory lies is the checkout's choice.
+  for (const char* name : {"/digits", "/empty", ""}) fs::remove(deep + name);
   writeFile(kScratch / "sub" / "inner", "x");
   fs::create_directory(kScratch / "sub" / "deeper");
   for (const auto& [directory, name] : {std::pair{"/sub", "inner"}, std::pair{"/missing", ""}}) {
