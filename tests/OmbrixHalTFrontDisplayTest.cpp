@@ -1,133 +1,82 @@
-// Tests of the front display: argument checks in order, this platform's failing panel, and
-// the log lines of a panel that works.
-
-#include "OmbrixHalTestFixture.h"
+// Tests of the front display: each operation's lines as the panel answers, argument checks in
+// order, and this platform without a panel.
+#include "OmbrixHalModuleOperations.h"
 
 namespace ombrixhal::test {
 namespace {
 
 constexpr uint16_t kText[] = {'P', 'r', 'o', ' ', '7', 0};
 const uint32_t kIcons[] = {4, 9};
+uint32_t value, icons[4];
+uint16_t buffer[8];
 
-struct Operation {
-  std::string name;
-  std::function<OmbrixHalBool()> call;  // with good arguments
-  const char* success;                  // a setter's info on a working panel; getters log nothing
-  const char* failure;                  // a setter's error on this platform's panel; getters are not supported
+const OmbrixHalFrontDisplayPlatformInterface kSlots = {nullptr, nullptr, slot<2>, slot<3>, slot<4>, slot<5>,
+                                                       slot<6>,  slot<7>, slot<8>, slot<9>, slot<10>};
+
+using FrontDisplayTest =
+    OfferedSlotsTest<OmbrixHalFrontDisplayPlatformInterface, seam::frontDisplayPlatformGetInterface, kSlots>;
+
+// The first bad argument in declaration order is the one refused; getters log nothing.
+LogLine refused(const char* what) { return error("", std::string("Illegal parameter ") + what); }
+
+const ModuleOperation kOperations[] = {
+    {"GetSize", [](bool good) { return OmbrixHalFrontDisplayGetSize(&value, good ? &value : nullptr); },
+     {2, (intptr_t)&value, (intptr_t)&value}, {"", ""}, 0, refused("'NULL' for 'aNoOfColumns'")},
+    {"SetString", [](bool good) { return OmbrixHalFrontDisplaySetString(1, 2, good ? kText : nullptr); },
+     {3, 1, 2, (intptr_t)kText}, {"Cannot set front display string", "New front display string 'Pro 7'"}, 0,
+     refused("'NULL' for 'aString'")},
+    {"GetString", [](bool good) { return OmbrixHalFrontDisplayGetString(1, buffer, good ? 8 : 0); },
+     {4, 1, (intptr_t)buffer, 8}, {"", ""}, 0, refused("'0' for 'aBufferSize'")},
+    {"SetBrightness", [](bool good) { return OmbrixHalFrontDisplaySetBrightness(good ? 1 : 0); }, {5, 1},
+     {"Cannot set front display brightness to 1%", "Set front display brightness to 1%"}, 0,
+     refused("'0' for 'aBrightness'")},
+    {"SetBrightness", [](bool good) { return OmbrixHalFrontDisplaySetBrightness(good ? 100 : 101); }, {5, 100},
+     {"Cannot set front display brightness to 100%", "Set front display brightness to 100%"}, 0,
+     refused("'101' for 'aBrightness'")},
+    {"GetBrightness", [](bool good) { return OmbrixHalFrontDisplayGetBrightness(good ? &value : nullptr); },
+     {6, (intptr_t)&value}, {"", ""}, 0, refused("'NULL' for 'aBrightness'")},
+    {"SetIcons", [](bool good) { return OmbrixHalFrontDisplaySetIcons(good ? kIcons : nullptr, 0); },
+     {7, (intptr_t)kIcons, 0}, {"Cannot set front display icons", "Set front display icons successfully"}, 0,
+     refused("'NULL' for 'aIcons'")},
+    {"GetIcons", [](bool good) { return OmbrixHalFrontDisplayGetIcons(icons, good ? 4 : 0); },
+     {8, (intptr_t)icons, 4}, {"", ""}, 0, refused("'0' for 'aIconsSize'")},
+    {"AddIcons", [](bool good) { return OmbrixHalFrontDisplayAddIcons(kIcons, good ? 2 : 0); },
+     {9, (intptr_t)kIcons, 2}, {"Cannot add front display icons", "Added front display icons successfully"}, 0,
+     refused("'0' for 'aNoOfIcons'")},
+    {"RemoveIcons", [](bool good) { return OmbrixHalFrontDisplayRemoveIcons(kIcons, good ? 2 : 0); },
+     {10, (intptr_t)kIcons, 2}, {"Cannot remove front display icons", "Removed front display icons successfully"},
+     0, refused("'0' for 'aNoOfIcons'")},
 };
 
-std::vector<Operation> operations() {
-  static uint32_t value, icons[4];
-  static uint16_t buffer[8];
-  return {
-      {"OmbrixHalFrontDisplayGetSize", [] { return OmbrixHalFrontDisplayGetSize(&value, &value); }, nullptr, nullptr},
-      {"OmbrixHalFrontDisplaySetString", [] { return OmbrixHalFrontDisplaySetString(1, 2, kText); },
-       "New front display string 'Pro 7'", "Cannot set front display string"},
-      {"OmbrixHalFrontDisplayGetString", [] { return OmbrixHalFrontDisplayGetString(1, buffer, 8); }, nullptr, nullptr},
-      {"OmbrixHalFrontDisplaySetBrightness", [] { return OmbrixHalFrontDisplaySetBrightness(100); },
-       "Set front display brightness to 100%", "Cannot set front display brightness to 100%"},
-      {"OmbrixHalFrontDisplayGetBrightness", [] { return OmbrixHalFrontDisplayGetBrightness(&value); }, nullptr,
-       nullptr},
-      {"OmbrixHalFrontDisplaySetIcons", [] { return OmbrixHalFrontDisplaySetIcons(kIcons, 2); },
-       "Set front display icons successfully", "Cannot set front display icons"},
-      {"OmbrixHalFrontDisplayGetIcons", [] { return OmbrixHalFrontDisplayGetIcons(icons, 4); }, nullptr, nullptr},
-      {"OmbrixHalFrontDisplayAddIcons", [] { return OmbrixHalFrontDisplayAddIcons(kIcons, 2); },
-       "Added front display icons successfully", "Cannot add front display icons"},
-      {"OmbrixHalFrontDisplayRemoveIcons", [] { return OmbrixHalFrontDisplayRemoveIcons(kIcons, 2); },
-       "Removed front display icons successfully", "Cannot remove front display icons"},
+TEST_F(FrontDisplayTest, OperationsReachTheirSlotsAndLogAsThePanelAnswersAndRefuseBadArguments) {
+  checkOperations(kOperations, "OmbrixHalFrontDisplay", "Function not supported");
+}
+
+// A NULL comes before the other arguments of the same call; Done empties the slots.
+TEST_F(FrontDisplayTest, ANullIsRefusedFirstAndDoneLeavesNoSlot) {
+  const auto refusedNull = [](const char* operation, const char* parameter) {
+    return illegalNull(std::string("OmbrixHalFrontDisplay") + operation, parameter);
   };
+  step(1, [] { return OmbrixHalFrontDisplayGetSize(nullptr, nullptr); }, 0, {refusedNull("GetSize", "aNoOfLines")});
+  step(1, [] { return OmbrixHalFrontDisplayGetString(0, nullptr, 0); }, 0, {refusedNull("GetString", "aBuffer")});
+  step(1, [] { return OmbrixHalFrontDisplayGetIcons(nullptr, 0); }, 0, {refusedNull("GetIcons", "aIcons")});
+  step(1, [] { return OmbrixHalFrontDisplayAddIcons(nullptr, 0); }, 0, {refusedNull("AddIcons", "aIcons")});
+  step(1, [] { return OmbrixHalFrontDisplayRemoveIcons(nullptr, 0); }, 0, {refusedNull("RemoveIcons", "aIcons")});
+  OmbrixHalFrontDisplayDone();
+  step(1, [] { return OmbrixHalFrontDisplayGetBrightness(&value); }, 0,
+       {notSupported("OmbrixHalFrontDisplayGetBrightness")});
 }
 
-// How often the slots of the working panel were called.
-int slotCalls;
-
-// Every slot of a working panel: counts the call and succeeds.
-template <typename... Arguments>
-OmbrixHalBool succeed(Arguments...) noexcept {
-  return ++slotCalls, 1;
-}
-
-// Init and Done empty, then all nine operations.
-void fillWorkingPanel(OmbrixHalFrontDisplayPlatformInterface& table) {
-  table = {nullptr, nullptr, succeed, succeed, succeed, succeed, succeed, succeed, succeed, succeed, succeed};
-}
-
-class FrontDisplayTest : public HalTest {
- protected:
-  OfferedPlatformInterface<OmbrixHalFrontDisplayPlatformInterface> offered{seam::frontDisplayPlatformGetInterface};
-};
-
-// The first bad argument in declaration order is the one reported, and no slot is reached.
-TEST_F(FrontDisplayTest, RefusesTheFirstBadArgumentWithoutReachingThePanel) {
-  fillWorkingPanel(offered.table);
-  restart();
-  slotCalls = 0;
-  uint32_t value = 0;
-  uint16_t buffer[4] = {};
-  const auto refused = [](const char* operation, const char* what) {
-    return error(std::string("OmbrixHalFrontDisplay") + operation, std::string("Illegal parameter ") + what);
-  };
-  const std::pair<std::function<OmbrixHalBool()>, LogLine> badCalls[] = {
-      {[] { return OmbrixHalFrontDisplayGetSize(nullptr, nullptr); }, refused("GetSize", "'NULL' for 'aNoOfLines'")},
-      {[&] { return OmbrixHalFrontDisplayGetSize(&value, nullptr); }, refused("GetSize", "'NULL' for 'aNoOfColumns'")},
-      {[] { return OmbrixHalFrontDisplaySetString(0, 0, nullptr); }, refused("SetString", "'NULL' for 'aString'")},
-      {[] { return OmbrixHalFrontDisplayGetString(0, nullptr, 0); }, refused("GetString", "'NULL' for 'aBuffer'")},
-      {[&] { return OmbrixHalFrontDisplayGetString(0, buffer, 0); }, refused("GetString", "'0' for 'aBufferSize'")},
-      {[] { return OmbrixHalFrontDisplaySetBrightness(0); }, refused("SetBrightness", "'0' for 'aBrightness'")},
-      {[] { return OmbrixHalFrontDisplaySetBrightness(101); }, refused("SetBrightness", "'101' for 'aBrightness'")},
-      {[] { return OmbrixHalFrontDisplayGetBrightness(nullptr); },
-       refused("GetBrightness", "'NULL' for 'aBrightness'")},
-      {[] { return OmbrixHalFrontDisplaySetIcons(nullptr, 0); }, refused("SetIcons", "'NULL' for 'aIcons'")},
-      {[] { return OmbrixHalFrontDisplayGetIcons(nullptr, 0); }, refused("GetIcons", "'NULL' for 'aIcons'")},
-      {[&] { return OmbrixHalFrontDisplayGetIcons(&value, 0); }, refused("GetIcons", "'0' for 'aIconsSize'")},
-      {[] { return OmbrixHalFrontDisplayAddIcons(nullptr, 0); }, refused("AddIcons", "'NULL' for 'aIcons'")},
-      {[] { return OmbrixHalFrontDisplayAddIcons(kIcons, 0); }, refused("AddIcons", "'0' for 'aNoOfIcons'")},
-      {[] { return OmbrixHalFrontDisplayRemoveIcons(nullptr, 0); }, refused("RemoveIcons", "'NULL' for 'aIcons'")},
-      {[] { return OmbrixHalFrontDisplayRemoveIcons(kIcons, 0); }, refused("RemoveIcons", "'0' for 'aNoOfIcons'")},
-  };
-  for (const auto& [call, expected] : badCalls) {
-    EXPECT_EQ(call(), 0) << expected;
-    EXPECT_EQ(log.take(), std::vector{expected});
-  }
-  EXPECT_EQ(slotCalls, 0);
-  EXPECT_EQ(OmbrixHalFrontDisplaySetBrightness(1), 1) << "the lowest brightness";
-  EXPECT_EQ(log.take(), std::vector{info("OmbrixHalFrontDisplaySetBrightness", "Set front display brightness to 1%")});
-}
-
-// A working panel logs its setters only; this platform's fails them and supports no getter; with
-// no slot, or after Done, every operation warns.
-enum class Panel { kWorking, kThisPlatform, kNoSlot, kDone };
-
-std::vector<LogLine> expectedLines(const Operation& operation, Panel panel) {
-  if (panel == Panel::kWorking) {
-    return operation.success ? std::vector{info(operation.name, operation.success)} : std::vector<LogLine>{};
-  }
-  if (panel == Panel::kThisPlatform && operation.success != nullptr) {
-    return {error(operation.name, operation.failure)};
-  }
-  return {notSupported(operation.name)};
-}
-
-TEST_F(FrontDisplayTest, OperationsReachTheSlotsOfAWorkingPanelOnlyAndLogAsThePanelAnswers) {
-  for (const Panel panel : {Panel::kWorking, Panel::kThisPlatform, Panel::kNoSlot, Panel::kDone}) {
-    SCOPED_TRACE(static_cast<int>(panel));
-    offered.table = {};
-    if (panel == Panel::kThisPlatform) {
-      OmbrixHalFrontDisplayPlatformGetInterface(&offered.table);
-    } else if (panel != Panel::kNoSlot) {
-      fillWorkingPanel(offered.table);
-    }
-    restart();
-    if (panel == Panel::kDone) {
-      OmbrixHalFrontDisplayDone();
-    }
-    slotCalls = 0;
-    for (const Operation& operation : operations()) {
-      EXPECT_EQ(operation.call(), panel == Panel::kWorking ? 1 : 0) << operation.name;
-      EXPECT_EQ(log.take(), expectedLines(operation, panel));
-    }
-    EXPECT_EQ(slotCalls, panel == Panel::kWorking ? 9 : 0);
-  }
+// No panel: every setter fails and no getter is there.
+TEST_F(FrontDisplayTest, ThisPlatformFailsEverySetterAndHasNoGetter) {
+  OmbrixHalFrontDisplayPlatformInterface table;
+  ASSERT_EQ(OmbrixHalFrontDisplayPlatformGetInterface(&table), 1);
+  EXPECT_EQ((std::vector{table.Init(), table.SetString(1, 2, kText), table.SetBrightness(100),
+                         table.SetIcons(kIcons, 2), table.AddIcons(kIcons, 2), table.RemoveIcons(kIcons, 2)}),
+            (std::vector<OmbrixHalBool>{1, 0, 0, 0, 0, 0}));
+  EXPECT_EQ((std::vector<void*>{(void*)table.GetSize, (void*)table.GetString, (void*)table.GetBrightness,
+                                (void*)table.GetIcons}),
+            std::vector<void*>(4));
 }
 
 }  // namespace

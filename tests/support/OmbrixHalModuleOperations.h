@@ -1,5 +1,6 @@
-// Test support for modules whose platform slots answer yes or no (video and audio output): fake
-// slots that note which of them was called and how, and a table of operations checked on them.
+// Test support for modules whose platform slots answer yes or no (video and audio output, front
+// display): fake slots that note which of them was called and how, and a table of operations
+// checked on them.
 #ifndef OMBRIX_HAL_MODULE_OPERATIONS_H
 #define OMBRIX_HAL_MODULE_OPERATIONS_H
 
@@ -18,13 +19,14 @@ OmbrixHalBool slot(Arguments... arguments) noexcept {
   return slotAnswer;
 }
 
-// An operation called with good arguments, then, where it has a refusal, with a bad one. One that
-// logs a failure warns when its slot is missing; the others answer from what the module keeps.
+// An operation called with good arguments, then, where it has a refusal, with a bad one. One whose
+// failure has a line, even "", warns when its slot is missing; the others answer from what the
+// module keeps.
 struct ModuleOperation {
   std::string name;  // after the module's prefix
   std::function<OmbrixHalBool(bool good)> call;
   std::vector<intptr_t> slotCall;  // what reaches the slots, as slotCalls holds it
-  const char* outcome[2];          // its line when the slot answers 0, and 1; NULL: silent
+  const char* outcome[2];          // its line when the slot answers 0, and 1; "" or NULL: silent
   OmbrixHalBool withoutSlot;       // its answer when no slot is there
   LogLine refusal = {};            // under the operation's name; no slot is asked
   // Lines after the outcome's, at its level: each text after the prefix.
@@ -63,7 +65,7 @@ class OfferedSlotsTest : public HalTest {
         std::vector<LogLine> expected;
         if (answer == -1 && row.outcome[0] != nullptr) {
           expected = {warning(name, missingSlot + " '" + name + "'")};
-        } else if (const char* outcome = answer != -1 ? row.outcome[answer] : nullptr; outcome != nullptr) {
+        } else if (const char* outcome = answer != -1 ? row.outcome[answer] : nullptr; outcome && *outcome) {
           expected = {answer ? info(name, outcome) : error(name, outcome)};
           for (const std::string& text : row.more) {
             expected.push_back({name, expected[0].id, expected[0].severity, row.morePrefix + text});
