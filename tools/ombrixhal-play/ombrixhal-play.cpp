@@ -668,7 +668,7 @@ std::string checkFile(const std::string& file) {
   if (file.find('"') != std::string::npos) {
     return "the file tuner cannot take a path with a double quote";
   }
-  if (status.st_size < 2 * kPacketSize) {
+  if (status.st_size < static_cast<decltype(status.st_size)>(2 * kPacketSize)) {
     return "too short for a transport stream (" + std::to_string(status.st_size) + " bytes)";
   }
   return {};
