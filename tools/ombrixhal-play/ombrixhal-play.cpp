@@ -45,7 +45,6 @@ constexpr uint32_t kShortestSection = 12;
 constexpr uint32_t kDiscoveryPacketLimit = 200000;
 constexpr auto kLiveTableWait = std::chrono::seconds(5);  // the PAT and PMTs come several times a second
 constexpr uint32_t kPcrUnitsPerSecond = 45000;
-constexpr uint32_t kRatePcrs = 10;  // PCRs a paced play's rate is measured over
 constexpr uint32_t kFallbackRate = 250;  // 2 Mbit/s in the file tuner's units of 1000 bytes a second
 constexpr uint32_t kStartVolume = 80;
 constexpr uint32_t kVolumeStep = 10;
@@ -152,7 +151,8 @@ void readSdt(Catalogue& catalogue, const uint8_t* section, uint32_t length) {
          d += 2 + section[d + 1]) {
       const uint8_t* body = section + d + 2;
       const uint32_t size = section[d + 1];
-      if (section[d] == kServiceDescriptor && size >= 3 && 3u + body[1] + body[2 + body[1]] <= size) {
+      // Service type, provider name, service name: each length inside the descriptor.
+      if (section[d] == kServiceDescriptor && 3u + body[1] <= size && 3u + body[1] + body[2 + body[1]] <= size) {
         service->name.clear();
         for (uint32_t i = 0; i < body[2 + body[1]]; ++i) {
           const char character = static_cast<char>(body[3 + body[1] + i]);
@@ -291,13 +291,14 @@ std::vector<Service> discover(OmbrixHalTunerHandle tuner, bool live) {
 }
 
 // A recording's rate in the file tuner's units of 1000 bytes a second: the packets between the
-// first PCRs of `pcrPid` over the time between them, pulled from where discovery stopped.
+// first and the last PCR of `pcrPid` over the time between them, pulled from where discovery
+// stopped to the end or over the discovery limit, so that a variable rate averages out.
 uint32_t measureRate(OmbrixHalTunerHandle tuner, uint32_t pcrPid) {
   PcrCount pcrs;
   {
     Filters filters(tuner);
     filters.open(OMBRIX_HAL_FILTER_TYPE_PCR, pcrPid, onPcr, &pcrs);
-    for (uint64_t n = 0; n < kDiscoveryPacketLimit && pcrs.count < kRatePcrs && OmbrixHalTunerReceive(tuner, 1);) {
+    for (uint64_t n = 0; n < kDiscoveryPacketLimit && OmbrixHalTunerReceive(tuner, 1);) {
       pcrs.packets.store(++n, std::memory_order_relaxed);
     }
   }
