@@ -1,5 +1,5 @@
 # Muxes the transport streams that the demultiplexer is cross-checked against, from FFmpeg's own
-# test sources, and writes beside each what FFmpeg reports of it: the program and stream table
+# test sources (one named in UTF-8, as FFmpeg writes a non-ASCII name), and writes beside each what FFmpeg reports of it: the program and stream table
 # (ffprobe, flat format), its packets, and each elementary stream as FFmpeg's stream copy gives it.
 # -DFFMPEG=... -DFFPROBE=... -DOUT_DIR=...
 file(MAKE_DIRECTORY ${OUT_DIR})
@@ -11,14 +11,14 @@ function(run)
   endif()
 endfunction()
 
-function(mux name)
+function(mux name service provider)
   set(ts ${OUT_DIR}/${name}.ts)
   run(${FFMPEG} -hide_banner -loglevel error -y
       -f lavfi -i testsrc=size=352x288:rate=25 -f lavfi -i sine=frequency=1000:sample_rate=48000 -t 6
-      ${ARGN} -metadata service_name=Ombrix-${name} -metadata service_provider=Ombrix
+      ${ARGN} -metadata service_name=${service} -metadata service_provider=${provider}
       -mpegts_service_id 0x4242 -f mpegts ${ts})
   run(${FFPROBE} -v error -show_entries
-      program=program_id,pmt_pid,pcr_pid:stream=id,codec_type:program_tags=service_name -of flat ${ts}
+      program=program_id,pmt_pid,pcr_pid:stream=id,codec_type:program_tags=service_name,service_provider -of flat ${ts}
       OUTPUT_FILE ${OUT_DIR}/${name}.probe)
   # Each packet as "stream index,PTS,position": a position where a PES packet starts, N/A for a
   # frame that FFmpeg's parser cut out of the middle of one.
@@ -29,5 +29,5 @@ function(mux name)
       -map 0:a:0 -c copy -f data ${OUT_DIR}/${name}.audio.es)
 endfunction()
 
-mux(mpeg2 -c:v mpeg2video -b:v 2M -c:a mp2)
-mux(h264 -c:v libx264 -preset veryfast -c:a aac)
+mux(mpeg2 "Radio Zwei Café" "Ombrix Bühne" -c:v mpeg2video -b:v 2M -c:a mp2)
+mux(h264 Ombrix-h264 Ombrix -c:v libx264 -preset veryfast -c:a aac)

@@ -1,6 +1,7 @@
 // ombrixhal-genstream: writes the inspector's default inputs, the same bytes on every run: a
-// small broadcast-like transport stream, and with --analog a file of analog line records. Two services, each with PAT and PMT entries, an SDT with
-// service and provider names, EIT present/following events, TDT and TOT on PID 0x14, a PCR every
+// small broadcast-like transport stream, and with --analog a file of analog line records. Two
+// services, each with PAT and PMT entries, an SDT with service and provider names (in the
+// character table asked for), EIT present/following events, TDT and TOT on PID 0x14, a PCR every
 // 40 ms, MPEG-2 video in unbounded PES and MPEG audio in bounded PES; the first service also
 // carries EBU teletext whose page headers (pages 100 and 101) show the time, odd-parity encoded
 // as broadcast. The packets go out at a constant mux rate, null packets filling the gaps. The
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "OmbrixHalToolCrc32.h"
+#include "OmbrixHalToolDvbText.h"
 
 namespace {
 
@@ -56,6 +58,16 @@ struct Service {
 
 const char* const kProvider = "Ombrix Lab";
 
+// What the command line changes: the names (given in UTF-8) and the character table they are
+// written in, and whether the PAT goes out at all.
+struct Settings {
+  std::string textTable = "6937";
+  std::string serviceName;  // of the first service
+  std::string provider;
+  std::string eventName;  // the first service's present event
+  bool withoutPat = false;
+};
+
 const Service kServices[] = {
     {.number = 257,
      .pmtPid = 0x100,
@@ -78,9 +90,16 @@ void put16(Bytes& bytes, uint32_t value) {
   bytes.push_back(static_cast<uint8_t>(value));
 }
 
-void putText(Bytes& bytes, const std::string& text) {
-  bytes.push_back(static_cast<uint8_t>(text.size()));
-  bytes.insert(bytes.end(), text.begin(), text.end());
+// A DVB string with its length; main has checked that the table holds it.
+void putText(Bytes& bytes, const std::string& text, const std::string& table) {
+  Bytes encoded;
+  utf8ToDvbText(text, table, encoded);
+  bytes.push_back(static_cast<uint8_t>(encoded.size()));
+  bytes.insert(bytes.end(), encoded.begin(), encoded.end());
+}
+
+const char* serviceName(const Settings& settings, const Service& service) {
+  return &service == &kServices[0] && !settings.serviceName.empty() ? settings.serviceName.c_str() : service.name;
 }
 
 uint8_t bcd(uint32_t value) {
@@ -148,7 +167,7 @@ Bytes pmt(const Service& service) {
   return finishSection(section, true);
 }
 
-Bytes sdt() {
+Bytes sdt(const Settings& settings) {
   Bytes section = longSectionHeader(0x42, kTransportStreamId, 0, 0);
   put16(section, kOriginalNetworkId);
   section.push_back(0xff);
@@ -156,8 +175,8 @@ Bytes sdt() {
     put16(section, service.number);
     section.push_back(0xfd);  // EIT present/following here, no schedule
     Bytes descriptor{0x48, 0, 0x01};  // service descriptor, digital television
-    putText(descriptor, kProvider);
-    putText(descriptor, service.name);
+    putText(descriptor, settings.provider.empty() ? kProvider : settings.provider, settings.textTable);
+    putText(descriptor, serviceName(settings, service), settings.textTable);
     descriptor[1] = static_cast<uint8_t>(descriptor.size() - 2);
     put16(section, 0x8000 | descriptor.size());  // running, free to air
     section.insert(section.end(), descriptor.begin(), descriptor.end());
@@ -165,8 +184,9 @@ Bytes sdt() {
   return finishSection(section, true);
 }
 
-Bytes eitPresentFollowing(const Service& service, uint8_t sectionNumber) {
+Bytes eitPresentFollowing(const Settings& settings, const Service& service, uint8_t sectionNumber) {
   const Event& event = sectionNumber == 0 ? service.present : service.following;
+  const bool renamed = sectionNumber == 0 && &service == &kServices[0] && !settings.eventName.empty();
   Bytes section = longSectionHeader(0x4e, service.number, sectionNumber, 1);
   put16(section, kTransportStreamId);
   put16(section, kOriginalNetworkId);
@@ -178,8 +198,8 @@ Bytes eitPresentFollowing(const Service& service, uint8_t sectionNumber) {
   section.push_back(bcd(event.durationMinutes % 60));
   section.push_back(0);
   Bytes descriptor{0x4d, 0, 'e', 'n', 'g'};  // short event descriptor
-  putText(descriptor, event.name);
-  putText(descriptor, event.text);
+  putText(descriptor, renamed ? settings.eventName : event.name, settings.textTable);
+  putText(descriptor, event.text, settings.textTable);
   descriptor[1] = static_cast<uint8_t>(descriptor.size() - 2);
   const uint8_t runningStatus = sectionNumber == 0 ? 4 : 1;  // running, not yet running
   put16(section, runningStatus << 13 | descriptor.size());
@@ -392,7 +412,7 @@ void enqueue(std::deque<Packet>& queue, const std::vector<Packet>& packets) {
 
 class Multiplexer {
  public:
-  explicit Multiplexer(std::FILE* out) : out_(out) {}
+  Multiplexer(std::FILE* out, const Settings& settings) : out_(out), settings_(settings) {}
 
   void run(uint32_t seconds) {
     Schedule psiTimes{0.0, 0.1};
@@ -412,18 +432,20 @@ class Multiplexer {
       const uint32_t secondsOfDay = kStartHour * 3600 + static_cast<uint32_t>(now);
       const uint64_t pts = static_cast<uint64_t>((now + 2 * kPcrOffsetSeconds) * 90000);
       if (psiTimes.due(now)) {
-        enqueue(tables_, packetize(0x0000, pat(), true, false));
+        if (!settings_.withoutPat) {
+          enqueue(tables_, packetize(0x0000, pat(), true, false));
+        }
         for (const Service& service : kServices) {
           enqueue(tables_, packetize(service.pmtPid, pmt(service), true, false));
         }
       }
       if (sdtTimes.due(now)) {
-        enqueue(tables_, packetize(0x0011, sdt(), true, false));
+        enqueue(tables_, packetize(0x0011, sdt(settings_), true, false));
       }
       if (eitTimes.due(now)) {
         for (const Service& service : kServices) {
-          enqueue(tables_, packetize(0x0012, eitPresentFollowing(service, 0), true, false));
-          enqueue(tables_, packetize(0x0012, eitPresentFollowing(service, 1), true, false));
+          enqueue(tables_, packetize(0x0012, eitPresentFollowing(settings_, service, 0), true, false));
+          enqueue(tables_, packetize(0x0012, eitPresentFollowing(settings_, service, 1), true, false));
         }
       }
       if (tdtTimes.due(now)) {
@@ -493,6 +515,7 @@ class Multiplexer {
   }
 
   std::FILE* out_;
+  const Settings& settings_;
   // Tables go out before stream data; each queue in the order it was filled.
   std::deque<Packet> tables_;
   std::deque<Packet> streams_;
@@ -528,17 +551,55 @@ void writeAnalogRecords(std::FILE* out, uint32_t seconds) {
 
 }  // namespace
 
+int usage() {
+  std::fprintf(stderr,
+               "usage: ombrixhal-genstream [--without-pat] [--text-table TABLE] [--service-name NAME]\n"
+               "                           [--provider NAME] [--event NAME] OUTPUT [SECONDS]\n"
+               "       ombrixhal-genstream --analog OUTPUT [SECONDS]\n"
+               "  a transport stream, or with --analog a file of analog line records\n"
+               "  --without-pat   no programme association table\n"
+               "  --text-table    the table of the names: 6937 (the default table), 8859-1 to 8859-15,\n"
+               "                  ucs-2 or utf-8\n"
+               "  --service-name  the first service's name, --provider every service's provider, --event\n"
+               "                  the first service's present event (in UTF-8)\n");
+  return 2;
+}
+
 int main(int argc, char** argv) {
-  const bool analog = argc > 1 && std::strcmp(argv[1], "--analog") == 0;
-  const int first = analog ? 2 : 1;
-  if (argc < first + 1 || argc > first + 2) {
-    std::fprintf(stderr, "usage: ombrixhal-genstream [--analog] OUTPUT [SECONDS]\n"
-                         "  a transport stream, or with --analog a file of analog line records\n");
-    return 2;
+  bool analog = false;
+  Settings settings;
+  std::vector<const char*> positional;
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    std::string* text = argument == "--text-table"     ? &settings.textTable
+                        : argument == "--service-name" ? &settings.serviceName
+                        : argument == "--provider"     ? &settings.provider
+                        : argument == "--event"        ? &settings.eventName
+                                                       : nullptr;
+    if (text != nullptr && i + 1 < argc) {
+      *text = argv[++i];
+    } else if (argument == "--analog" || argument == "--without-pat") {
+      (argument == "--analog" ? analog : settings.withoutPat) = true;
+    } else if (argument.size() > 1 && argument[0] == '-') {
+      return usage();
+    } else {
+      positional.push_back(argv[i]);
+    }
   }
-  const char* path = argv[first];
+  if (positional.empty() || positional.size() > 2) {
+    return usage();
+  }
+  for (const std::string& text : {settings.serviceName, settings.provider, settings.eventName, std::string("x")}) {
+    Bytes encoded;
+    if (!utf8ToDvbText(text, settings.textTable, encoded) || encoded.size() > 255) {
+      std::fprintf(stderr, "ombrixhal-genstream: \"%s\" cannot be written in table %s\n", text.c_str(),
+                   settings.textTable.c_str());
+      return 2;
+    }
+  }
+  const char* path = positional[0];
   const uint32_t seconds =
-      argc == first + 2 ? static_cast<uint32_t>(std::strtoul(argv[first + 1], nullptr, 10)) : kDefaultSeconds;
+      positional.size() == 2 ? static_cast<uint32_t>(std::strtoul(positional[1], nullptr, 10)) : kDefaultSeconds;
   std::FILE* out = std::fopen(path, "wb");
   if (out == nullptr) {
     std::perror(path);
@@ -547,7 +608,7 @@ int main(int argc, char** argv) {
   if (analog) {
     writeAnalogRecords(out, seconds);
   } else {
-    Multiplexer(out).run(seconds);
+    Multiplexer(out, settings).run(seconds);
   }
   if (std::fclose(out) != 0) {
     std::perror(path);

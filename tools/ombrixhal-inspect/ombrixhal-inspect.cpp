@@ -26,6 +26,7 @@
 
 #include "OmbrixHal.h"
 #include "OmbrixHalToolCrc32.h"
+#include "OmbrixHalToolDvbText.h"
 
 namespace {
 
@@ -86,15 +87,10 @@ std::string timeText(OmbrixHalDateTime time) {
   return text;
 }
 
-// DVB strings may start with a character table byte; the printable rest is kept.
-std::string dvbText(const uint8_t* bytes, size_t length) {
-  std::string text;
-  for (size_t i = 0; i < length; ++i) {
-    if (bytes[i] >= 0x20 && bytes[i] < 0x7f) {
-      text += static_cast<char>(bytes[i]);
-    }
-  }
-  return text;
+// A name in a column of `columns` characters: padded, and a line break read as a blank.
+std::string column(std::string text, size_t columns) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return text + std::string(columns - std::min(columns, textColumns(text)), ' ');
 }
 
 int hamming84(uint8_t byte) {
@@ -289,8 +285,8 @@ void readServiceDescriptor(Service& service, const uint8_t* body, uint32_t size)
   if (2 + providerLength + 1 > size || 3 + providerLength + body[2 + providerLength] > size) {
     return;
   }
-  service.provider = dvbText(body + 2, providerLength);
-  service.name = dvbText(body + 3 + providerLength, body[2 + providerLength]);
+  service.provider = dvbTextToUtf8(body + 2, providerLength);
+  service.name = dvbTextToUtf8(body + 3 + providerLength, body[2 + providerLength]);
 }
 
 void readSdt(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
@@ -326,7 +322,7 @@ void readEit(Report& report, uint32_t, const uint8_t* section, uint32_t length) 
   forEachDescriptor(section, 14 + 12, std::min(14 + 12 + lengthAt(first + 10), bodyEnd(length)),
                     [&event](uint8_t tag, const uint8_t* body, uint32_t size) {
                       if (tag == kShortEventDescriptor && size >= 4) {
-                        event.name = dvbText(body + 4, std::min(uint32_t{body[3]}, size - 4));
+                        event.name = dvbTextToUtf8(body + 4, std::min(uint32_t{body[3]}, size - 4));
                       }
                     });
 }
@@ -748,7 +744,7 @@ std::string eventText(const Event& event) {
   }
   char minutes[16];
   std::snprintf(minutes, sizeof minutes, " (%u min)", event.durationSeconds / 60);
-  return timeText(event.start).substr(11, 5) + " " + event.name + minutes;
+  return timeText(event.start).substr(11, 5) + " " + column(event.name, 0) + minutes;
 }
 
 // A value of the tuning record's enumerations as the tuner's texts name it.
@@ -794,9 +790,16 @@ void printText(const Report& report) {
                 static_cast<unsigned long long>(report.packets.load()));
   }
   std::printf("Services\n");
+  // The columns fit the longest name in characters, so that a name in any table stays aligned.
+  size_t nameColumns = 20;
+  size_t providerColumns = 16;
   for (const Service& service : report.services) {
-    std::printf("  %-5u %-20s %-16s PMT 0x%04x  PCR 0x%04x\n", service.number, service.name.c_str(),
-                service.provider.c_str(), service.pmtPid, service.pcrPid);
+    nameColumns = std::max(nameColumns, textColumns(service.name));
+    providerColumns = std::max(providerColumns, textColumns(service.provider));
+  }
+  for (const Service& service : report.services) {
+    std::printf("  %-5u %s %s PMT 0x%04x  PCR 0x%04x\n", service.number, column(service.name, nameColumns).c_str(),
+                column(service.provider, providerColumns).c_str(), service.pmtPid, service.pcrPid);
     for (const Stream& stream : service.streams) {
       std::printf("        0x%04x  %s\n", stream.pid, streamTypeText(stream).c_str());
     }
