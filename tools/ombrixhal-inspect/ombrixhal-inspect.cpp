@@ -20,6 +20,7 @@
 #include <initializer_list>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -64,6 +65,7 @@ constexpr uint32_t kDefaultLiveSeconds = 5;
 constexpr auto kLiveTableWait = std::chrono::seconds(5);  // the PAT and PMTs come several times a second
 const std::string kLocalPrefix = "//local/";
 constexpr size_t kLongestTunerName = 255;
+constexpr const char* kNoPatNote = "no programme association table; the PIDs are all the stream tells";
 
 uint32_t pidAt(const uint8_t* bytes) {
   return static_cast<uint32_t>((bytes[0] & 0x1f) << 8 | bytes[1]);
@@ -192,6 +194,10 @@ struct Report {
   uint32_t quality = 0;
   uint32_t seconds = 0;
   std::string played;  // the service that the AV player played, and its PIDs
+  // Without a PAT: the PIDs whose packets start PES packets, and those that carry a PCR, as the
+  // packets themselves show them.
+  std::set<uint32_t> pesPids;
+  std::set<uint32_t> pcrCarriers;
 
   uint32_t unitBytes() const { return analog ? kRecordSize : kPacketSize; }
 
@@ -423,6 +429,22 @@ void onRecord(void*, const uint8_t*, uint32_t, void* aContext) {
   report.packets.store(report.packets.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 
+// While the services are looked for: the PIDs that start PES packets or carry PCRs, which are
+// all a stream without a PAT tells of its elementary streams.
+void onDiscoveryPacket(OmbrixHalFilterHandle, const uint8_t* aPacket, uint32_t, void* aContext) {
+  auto& report = *static_cast<Report*>(aContext);
+  const uint32_t pid = pidAt(aPacket + 1);
+  const bool adaptation = (aPacket[3] & 0x20) != 0;
+  const uint32_t payload = adaptation ? 5u + aPacket[4] : 4u;
+  if (adaptation && aPacket[4] >= 7 && (aPacket[5] & 0x10) != 0) {
+    report.pcrCarriers.insert(pid);
+  }
+  if ((aPacket[1] & 0x40) != 0 && (aPacket[3] & 0x10) != 0 && payload + 3 <= kPacketSize &&
+      aPacket[payload] == 0 && aPacket[payload + 1] == 0 && aPacket[payload + 2] == 1) {
+    report.pesPids.insert(pid);
+  }
+}
+
 // Every packet: counted per PID, and checked for the damage a recording can carry.
 void onPacket(OmbrixHalFilterHandle, const uint8_t* aPacket, uint32_t, void* aContext) {
   auto& report = *static_cast<Report*>(aContext);
@@ -491,9 +513,10 @@ class Filters {
     }
     return filter;
   }
-  // Every packet, for the per-PID counts and the packet positions of the PCRs.
-  void everyPacket() {
-    OmbrixHalFilterHandle filter = OmbrixHalFilterOpen(tuner_, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, onPacket, &report_);
+  // Every packet, for the per-PID counts and the packet positions of the PCRs (or, while the
+  // services are looked for, `handler`'s own reading).
+  void everyPacket(OmbrixHalFilterHandler handler = onPacket) {
+    OmbrixHalFilterHandle filter = OmbrixHalFilterOpen(tuner_, OMBRIX_HAL_FILTER_TYPE_TS, nullptr, handler, &report_);
     OmbrixHalFilterParameter parameter{};
     parameter.pid = OMBRIX_HAL_FILTER_PID_ALL;
     if (filter != nullptr && OmbrixHalFilterSetParameter(filter, &parameter) && OmbrixHalFilterStart(filter)) {
@@ -558,15 +581,18 @@ void receiveUntil(OmbrixHalTunerHandle tuner, bool live, Done done) {
 
 // The services: the PAT, then every PMT, from the start of the file or as they are broadcast.
 // Closing a filter waits for its delivery, so the services are read only once their filters
-// are closed.
+// are closed. A stream without a PAT has no services, only its PIDs.
 void discover(OmbrixHalTunerHandle tuner, Report& report) {
   {
     Filters filters(tuner, report);
     filters.sections(kPatPid, onSection<readPat>, true);
+    if (!report.live) {
+      filters.everyPacket(onDiscoveryPacket);
+    }
     receiveUntil(tuner, report.live, [&report] { return report.patSeen.load(std::memory_order_acquire); });
   }
   if (!report.patSeen) {
-    throw Failure{"no programme association table (is it a transport stream?)"};
+    return;
   }
   Filters filters(tuner, report);
   for (const Service& service : report.services) {
@@ -701,6 +727,14 @@ void play(OmbrixHalTunerHandle tuner, Report& report, const Options& options, do
       filters.open(OMBRIX_HAL_FILTER_TYPE_PCR, service.pcrPid, onPcr);
     }
   }
+  if (!report.patSeen) {
+    for (uint32_t pid : report.pesPids) {
+      filters.open(OMBRIX_HAL_FILTER_TYPE_PES, pid, onPes);
+    }
+    for (uint32_t pid : report.pcrCarriers) {
+      filters.open(OMBRIX_HAL_FILTER_TYPE_PCR, pid, onPcr);
+    }
+  }
   report.packets = 0;
   report.damage = {};
   std::unique_ptr<ServicePlayer> player;
@@ -797,6 +831,9 @@ void printText(const Report& report) {
     nameColumns = std::max(nameColumns, textColumns(service.name));
     providerColumns = std::max(providerColumns, textColumns(service.provider));
   }
+  if (!report.patSeen) {
+    std::printf("  none: %s\n", kNoPatNote);
+  }
   for (const Service& service : report.services) {
     std::printf("  %-5u %s %s PMT 0x%04x  PCR 0x%04x\n", service.number, column(service.name, nameColumns).c_str(),
                 column(service.provider, providerColumns).c_str(), service.pmtPid, service.pcrPid);
@@ -868,6 +905,9 @@ void printJson(const Report& report) {
   }
   if (!report.played.empty()) {
     std::printf("  \"played\": %s,\n", jsonString(report.played).c_str());
+  }
+  if (!report.patSeen) {
+    std::printf("  \"note\": %s,\n", jsonString(kNoPatNote).c_str());
   }
   std::printf("  \"services\": [");
   for (size_t i = 0; i < report.services.size(); ++i) {
