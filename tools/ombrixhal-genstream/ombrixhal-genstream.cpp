@@ -1,7 +1,8 @@
 // ombrixhal-genstream: writes the inspector's default inputs, the same bytes on every run: a
 // small broadcast-like transport stream, and with --analog a file of analog line records. Two
 // services, each with PAT and PMT entries, an SDT with service and provider names (in the
-// character table asked for), EIT present/following events, TDT and TOT on PID 0x14, a PCR every
+// character table asked for), a network table with the stream's terrestrial delivery, services
+// and channel numbers, EIT present/following events, TDT and TOT on PID 0x14, a PCR every
 // 40 ms, MPEG-2 video in unbounded PES and MPEG audio in bounded PES; the first service also
 // carries EBU teletext whose page headers (pages 100 and 101) show the time, odd-parity encoded
 // as broadcast. The packets go out at a constant mux rate, null packets filling the gaps. The
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -28,6 +30,7 @@ constexpr uint32_t kDefaultSeconds = 20;
 constexpr uint32_t kNullPid = 0x1fff;
 constexpr uint16_t kTransportStreamId = 0x0001;
 constexpr uint16_t kOriginalNetworkId = 0x2114;
+constexpr uint16_t kNetworkId = 0x3001;
 // 2026-11-22 (a Sunday) 12:00:00 UTC when the stream starts.
 constexpr uint32_t kStartMjd = 61366;
 constexpr uint32_t kStartHour = 12;
@@ -66,6 +69,8 @@ struct Settings {
   std::string provider;
   std::string eventName;  // the first service's present event
   bool withoutPat = false;
+  std::string networkName = "Ombrix Net";
+  uint32_t frequencyKhz = 474000;  // where the network table says the stream is broadcast
 };
 
 const Service kServices[] = {
@@ -181,6 +186,37 @@ Bytes sdt(const Settings& settings) {
     put16(section, 0x8000 | descriptor.size());  // running, free to air
     section.insert(section.end(), descriptor.begin(), descriptor.end());
   }
+  return finishSection(section, true);
+}
+
+// The network table (actual): the network's name, and this transport stream with its
+// terrestrial delivery (8 MHz, 8K, guard 1/8, QAM-64, code rate 2/3, as the receiver emulator
+// detects by default), its services and their logical channel numbers, 1 on.
+Bytes nit(const Settings& settings) {
+  Bytes section = longSectionHeader(0x40, kNetworkId, 0, 0);
+  Bytes name{0x40};
+  putText(name, settings.networkName, settings.textTable);
+  put16(section, 0xf000 | name.size());
+  section.insert(section.end(), name.begin(), name.end());
+  const uint32_t centre = settings.frequencyKhz * 100;  // in 10 Hz
+  Bytes descriptors{0x5a, 11, static_cast<uint8_t>(centre >> 24), static_cast<uint8_t>(centre >> 16),
+                    static_cast<uint8_t>(centre >> 8), static_cast<uint8_t>(centre), 0x1f, 0x81, 0x12, 0xff, 0xff, 0xff, 0xff};
+  Bytes serviceList{0x41, static_cast<uint8_t>(3 * std::size(kServices))};
+  Bytes channelNumbers{0x83, static_cast<uint8_t>(4 * std::size(kServices))};
+  uint32_t channel = 1;
+  for (const Service& service : kServices) {
+    put16(serviceList, service.number);
+    serviceList.push_back(0x01);  // digital television
+    put16(channelNumbers, service.number);
+    put16(channelNumbers, 0xfc00 | channel++);  // visible
+  }
+  descriptors.insert(descriptors.end(), serviceList.begin(), serviceList.end());
+  descriptors.insert(descriptors.end(), channelNumbers.begin(), channelNumbers.end());
+  put16(section, 0xf000 | (6 + descriptors.size()));
+  put16(section, kTransportStreamId);
+  put16(section, kOriginalNetworkId);
+  put16(section, 0xf000 | descriptors.size());
+  section.insert(section.end(), descriptors.begin(), descriptors.end());
   return finishSection(section, true);
 }
 
@@ -441,6 +477,7 @@ class Multiplexer {
       }
       if (sdtTimes.due(now)) {
         enqueue(tables_, packetize(0x0011, sdt(settings_), true, false));
+        enqueue(tables_, packetize(0x0010, nit(settings_), true, false));
       }
       if (eitTimes.due(now)) {
         for (const Service& service : kServices) {
@@ -554,14 +591,17 @@ void writeAnalogRecords(std::FILE* out, uint32_t seconds) {
 int usage() {
   std::fprintf(stderr,
                "usage: ombrixhal-genstream [--without-pat] [--text-table TABLE] [--service-name NAME]\n"
-               "                           [--provider NAME] [--event NAME] OUTPUT [SECONDS]\n"
+               "                           [--provider NAME] [--event NAME] [--network-name NAME]\n"
+               "                           [--frequency KHZ] OUTPUT [SECONDS]\n"
                "       ombrixhal-genstream --analog OUTPUT [SECONDS]\n"
                "  a transport stream, or with --analog a file of analog line records\n"
                "  --without-pat   no programme association table\n"
                "  --text-table    the table of the names: 6937 (the default table), 8859-1 to 8859-15,\n"
                "                  ucs-2 or utf-8\n"
                "  --service-name  the first service's name, --provider every service's provider, --event\n"
-               "                  the first service's present event (in UTF-8)\n");
+               "                  the first service's present event, --network-name the network's (in\n"
+               "                  UTF-8)\n"
+               "  --frequency     where the network table says the stream is (default 474000 kHz)\n");
   return 2;
 }
 
@@ -575,9 +615,12 @@ int main(int argc, char** argv) {
                         : argument == "--service-name" ? &settings.serviceName
                         : argument == "--provider"     ? &settings.provider
                         : argument == "--event"        ? &settings.eventName
+                        : argument == "--network-name" ? &settings.networkName
                                                        : nullptr;
     if (text != nullptr && i + 1 < argc) {
       *text = argv[++i];
+    } else if (argument == "--frequency" && i + 1 < argc) {
+      settings.frequencyKhz = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 10));
     } else if (argument == "--analog" || argument == "--without-pat") {
       (argument == "--analog" ? analog : settings.withoutPat) = true;
     } else if (argument.size() > 1 && argument[0] == '-') {
@@ -589,7 +632,7 @@ int main(int argc, char** argv) {
   if (positional.empty() || positional.size() > 2) {
     return usage();
   }
-  for (const std::string& text : {settings.serviceName, settings.provider, settings.eventName, std::string("x")}) {
+  for (const std::string& text : {settings.serviceName, settings.provider, settings.eventName, settings.networkName}) {
     Bytes encoded;
     if (!utf8ToDvbText(text, settings.textTable, encoded) || encoded.size() > 255) {
       std::fprintf(stderr, "ombrixhal-genstream: \"%s\" cannot be written in table %s\n", text.c_str(),

@@ -36,12 +36,18 @@ constexpr uint32_t kRecordSize = 64;                // an analog line record
 constexpr OmbrixHalFilterType kRecordTeletext = 7;  // the analog file filter's type that delivers
 constexpr uint32_t kFieldIntervalMs = 20;           // 50 fields a second
 constexpr uint32_t kPatPid = 0x0000;
+constexpr uint32_t kNitPid = 0x0010;
 constexpr uint32_t kSdtPid = 0x0011;
 constexpr uint32_t kEitPid = 0x0012;
 constexpr uint32_t kTimePid = 0x0014;  // TDT and TOT
 constexpr uint8_t kPatTable = 0x00;
 constexpr uint8_t kPmtTable = 0x02;
+constexpr uint8_t kNitActualTable = 0x40;
 constexpr uint8_t kSdtActualTable = 0x42;
+constexpr uint8_t kNetworkNameDescriptor = 0x40;
+constexpr uint8_t kServiceListDescriptor = 0x41;
+constexpr uint8_t kTerrestrialDeliveryDescriptor = 0x5a;
+constexpr uint8_t kLogicalChannelDescriptor = 0x83;
 constexpr uint8_t kEitPresentFollowingTable = 0x4e;
 constexpr uint8_t kTdtTable = 0x70;
 constexpr uint8_t kTotTable = 0x73;
@@ -167,6 +173,23 @@ struct PcrSpan {
   uint64_t count = 0;
 };
 
+// A transport stream of the network table, with its terrestrial delivery where it has one.
+struct NetworkStream {
+  uint32_t id = 0;
+  uint32_t originalNetworkId = 0;
+  uint32_t frequencyKhz = 0;
+  std::string delivery;                                 // frequency and parameters as text
+  std::vector<std::pair<uint32_t, uint8_t>> services;  // number, type
+  std::map<uint32_t, uint32_t> channelNumbers;         // service number, logical channel number
+};
+
+struct Network {
+  bool seen = false;
+  uint32_t id = 0;
+  std::string name;
+  std::map<uint32_t, NetworkStream> streams;  // by transport stream id
+};
+
 struct Report {
   std::string file;
   uint64_t fileBytes = 0;
@@ -198,6 +221,8 @@ struct Report {
   // packets themselves show them.
   std::set<uint32_t> pesPids;
   std::set<uint32_t> pcrCarriers;
+  uint32_t transportStreamId = 0;  // the PAT's
+  Network network;
 
   uint32_t unitBytes() const { return analog ? kRecordSize : kPacketSize; }
 
@@ -259,6 +284,7 @@ void readPat(Report& report, uint32_t, const uint8_t* section, uint32_t length) 
       report.services.push_back(service);
     }
   }
+  report.transportStreamId = static_cast<uint32_t>(section[3] << 8 | section[4]);
   report.patSeen.store(true, std::memory_order_release);
 }
 
@@ -293,6 +319,74 @@ void readServiceDescriptor(Service& service, const uint8_t* body, uint32_t size)
   }
   service.provider = dvbTextToUtf8(body + 2, providerLength);
   service.name = dvbTextToUtf8(body + 3 + providerLength, body[2 + providerLength]);
+}
+
+// The terrestrial delivery descriptor: centre frequency in 10 Hz, then bandwidth, constellation,
+// code rate (high priority), guard interval and transmission mode in bit fields.
+void readTerrestrialDelivery(NetworkStream& stream, const uint8_t* body, uint32_t size) {
+  if (size < 7) {
+    return;
+  }
+  static const char* const bandwidths[] = {"8 MHz", "7 MHz", "6 MHz", "5 MHz"};
+  static const char* const constellations[] = {"QPSK", "QAM-16", "QAM-64", "?"};
+  static const char* const codeRates[] = {"1/2", "2/3", "3/4", "5/6", "7/8", "?", "?", "?"};
+  static const char* const guards[] = {"1/32", "1/16", "1/8", "1/4"};
+  static const char* const modes[] = {"2K", "8K", "4K", "?"};
+  const uint32_t centre = static_cast<uint32_t>(body[0] << 24 | body[1] << 16 | body[2] << 8 | body[3]);
+  stream.frequencyKhz = centre / 100;
+  const uint32_t bandwidth = body[4] >> 5;
+  char text[128];
+  std::snprintf(text, sizeof text, "%u kHz, %s, %s, guard %s, %s, code rate %s", stream.frequencyKhz,
+                bandwidth < 4 ? bandwidths[bandwidth] : "?", modes[body[6] >> 1 & 3], guards[body[6] >> 3 & 3],
+                constellations[body[5] >> 6], codeRates[body[5] & 7]);
+  stream.delivery = text;
+}
+
+void readNitStream(NetworkStream& stream, uint8_t tag, const uint8_t* body, uint32_t size) {
+  if (tag == kTerrestrialDeliveryDescriptor) {
+    readTerrestrialDelivery(stream, body, size);
+  } else if (tag == kServiceListDescriptor) {
+    for (uint32_t at = 0; at + 3 <= size; at += 3) {
+      stream.services.emplace_back(static_cast<uint32_t>(body[at] << 8 | body[at + 1]), body[at + 2]);
+    }
+  } else if (tag == kLogicalChannelDescriptor) {
+    for (uint32_t at = 0; at + 4 <= size; at += 4) {
+      stream.channelNumbers[static_cast<uint32_t>(body[at] << 8 | body[at + 1])] =
+          static_cast<uint32_t>((body[at + 2] & 0x03) << 8 | body[at + 3]);
+    }
+  }
+}
+
+// The network table of the network this stream belongs to (NIT other shares the PID); each
+// transport stream as its latest section describes it.
+void readNit(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
+  if (section[0] != kNitActualTable || length < 16) {
+    return;
+  }
+  Network& network = report.network;
+  network.seen = true;
+  network.id = static_cast<uint32_t>(section[3] << 8 | section[4]);
+  const uint32_t networkEnd = std::min(10 + lengthAt(section + 8), bodyEnd(length));
+  forEachDescriptor(section, 10, networkEnd, [&network](uint8_t tag, const uint8_t* body, uint32_t size) {
+    if (tag == kNetworkNameDescriptor) {
+      network.name = dvbTextToUtf8(body, size);
+    }
+  });
+  if (networkEnd + 2 > bodyEnd(length)) {
+    return;
+  }
+  const uint32_t loopEnd = std::min(networkEnd + 2 + lengthAt(section + networkEnd), bodyEnd(length));
+  for (uint32_t at = networkEnd + 2; at + 6 <= loopEnd;) {
+    NetworkStream stream;
+    stream.id = static_cast<uint32_t>(section[at] << 8 | section[at + 1]);
+    stream.originalNetworkId = static_cast<uint32_t>(section[at + 2] << 8 | section[at + 3]);
+    const uint32_t descriptorsEnd = std::min(at + 6 + lengthAt(section + at + 4), loopEnd);
+    forEachDescriptor(section, at + 6, descriptorsEnd, [&stream](uint8_t tag, const uint8_t* body, uint32_t size) {
+      readNitStream(stream, tag, body, size);
+    });
+    network.streams[stream.id] = stream;
+    at = descriptorsEnd;
+  }
 }
 
 void readSdt(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
@@ -712,6 +806,7 @@ void play(OmbrixHalTunerHandle tuner, Report& report, const Options& options, do
     filters.everyPacket();
   }
   filters.sections(kPatPid, onSection<readPat>, true);
+  filters.sections(kNitPid, onSection<readNit>, true);
   filters.sections(kSdtPid, onSection<readSdt>, true);
   filters.sections(kEitPid, onSection<readEit>, true);
   filters.sections(kTimePid, onSection<readTime>, false);  // the TDT has no CRC
@@ -806,6 +901,53 @@ std::string receptionText(const Report& report) {
   return text;
 }
 
+// Live: where the network table says this transport stream is broadcast, when the tuner is
+// elsewhere (a transmitter relaying another's stream, or a wrong table); else nothing.
+std::string frequencyNote(const Report& report) {
+  const auto stream = report.network.streams.find(report.transportStreamId);
+  if (!report.live || stream == report.network.streams.end() || stream->second.frequencyKhz == 0 ||
+      stream->second.frequencyKhz == report.reception.Frequency) {
+    return {};
+  }
+  return "the network table puts transport stream " + std::to_string(report.transportStreamId) + " on " +
+         std::to_string(stream->second.frequencyKhz) + " kHz, the tuner is on " +
+         std::to_string(report.reception.Frequency) + " kHz";
+}
+
+// A service's logical channel number from the network table, or 0.
+uint32_t channelNumber(const Network& network, uint32_t service) {
+  for (const auto& [id, stream] : network.streams) {
+    if (const auto found = stream.channelNumbers.find(service); found != stream.channelNumbers.end()) {
+      return found->second;
+    }
+  }
+  return 0;
+}
+
+void printNetworkText(const Report& report) {
+  const Network& network = report.network;
+  std::printf("\nNetwork\n");
+  if (!network.seen) {
+    std::printf("  no network information table\n");
+    return;
+  }
+  std::printf("  %s (network %u)\n", column(network.name, 0).c_str(), network.id);
+  for (const auto& [id, stream] : network.streams) {
+    std::printf("  transport stream %u (original network %u): %s\n", id, stream.originalNetworkId,
+                stream.delivery.empty() ? "no terrestrial delivery" : stream.delivery.c_str());
+    std::string services;
+    for (const auto& [number, type] : stream.services) {
+      const uint32_t channel = channelNumber(network, number);
+      services += (services.empty() ? "" : ", ") + std::to_string(number) +
+                  (channel != 0 ? " (LCN " + std::to_string(channel) + ")" : "");
+    }
+    std::printf("    services %s\n", services.empty() ? "none listed" : services.c_str());
+  }
+  if (const std::string note = frequencyNote(report); !note.empty()) {
+    std::printf("  %s\n", note.c_str());
+  }
+}
+
 void printTeletextPages(const Report& report) {
   std::printf("Teletext pages\n");
   for (const auto& [page, header] : report.teletextPages) {
@@ -843,6 +985,7 @@ void printText(const Report& report) {
     std::printf("        now:  %s\n        next: %s\n", eventText(service.present).c_str(),
                 eventText(service.following).c_str());
   }
+  printNetworkText(report);
   std::printf("\nTime\n");
   if (report.lastUtc != 0) {
     std::printf("  stream UTC %s to %s (%u TDT, %u TOT, %u TOT CRC errors)\n", timeText(report.firstUtc).c_str(),
@@ -886,6 +1029,24 @@ std::string jsonString(const std::string& text) {
   return quoted + "\"";
 }
 
+std::string networkJson(const Report& report) {
+  const Network& network = report.network;
+  std::string json = "{\"name\": " + jsonString(network.name) + ", \"id\": " + std::to_string(network.id) +
+                     ", \"frequencyNote\": " + jsonString(frequencyNote(report)) + ", \"transportStreams\": [";
+  for (const auto& [id, stream] : network.streams) {
+    json += (json.back() == '[' ? "" : ", ") + std::string("{\"id\": ") + std::to_string(id) +
+            ", \"originalNetworkId\": " + std::to_string(stream.originalNetworkId) +
+            ", \"frequency\": " + std::to_string(stream.frequencyKhz) + ", \"delivery\": " + jsonString(stream.delivery) +
+            ", \"services\": [";
+    for (const auto& [number, type] : stream.services) {
+      json += (json.back() == '[' ? "" : ", ") + std::string("{\"number\": ") + std::to_string(number) +
+              ", \"type\": " + std::to_string(type) + ", \"lcn\": " + std::to_string(channelNumber(network, number)) + "}";
+    }
+    json += "]}";
+  }
+  return json + "]}";
+}
+
 // The teletext pages as the last member of a JSON object, without its line end.
 void printTeletextJson(const Report& report) {
   std::printf("  \"teletext\": {");
@@ -924,7 +1085,8 @@ void printJson(const Report& report) {
     }
     std::printf("]}");
   }
-  std::printf("\n  ],\n  \"time\": {\"first\": %s, \"last\": %s, \"clock\": %s, \"tdt\": %u, \"tot\": %u, "
+  std::printf("\n  ],\n  \"network\": %s,", networkJson(report).c_str());
+  std::printf("\n  \"time\": {\"first\": %s, \"last\": %s, \"clock\": %s, \"tdt\": %u, \"tot\": %u, "
               "\"totCrcErrors\": %u},\n",
               jsonString(report.lastUtc ? timeText(report.firstUtc) : "").c_str(),
               jsonString(report.lastUtc ? timeText(report.lastUtc) : "").c_str(), jsonString(report.clock).c_str(),
