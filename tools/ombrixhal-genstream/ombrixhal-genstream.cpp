@@ -28,7 +28,7 @@ constexpr uint32_t kPayloadSize = 184;
 constexpr uint32_t kMuxBitsPerSecond = 3000000;
 constexpr uint32_t kDefaultSeconds = 20;
 constexpr uint32_t kNullPid = 0x1fff;
-constexpr uint16_t kTransportStreamId = 0x0001;
+constexpr uint32_t kMultiplexes = 3;  // of the emulated band; the default stream is the first
 constexpr uint16_t kOriginalNetworkId = 0x2114;
 constexpr uint16_t kNetworkId = 0x3001;
 // 2026-11-22 (a Sunday) 12:00:00 UTC when the stream starts.
@@ -53,7 +53,6 @@ struct Service {
   uint16_t number;
   uint32_t pmtPid;
   uint32_t pcrPid;
-  const char* name;
   std::vector<ElementaryStream> streams;
   Event present;
   Event following;
@@ -71,20 +70,26 @@ struct Settings {
   bool withoutPat = false;
   std::string networkName = "Ombrix Net";
   uint32_t frequencyKhz = 474000;  // where the network table says the stream is broadcast
+  uint32_t multiplex = 1;          // the transport stream id; it picks the names and channel numbers
+};
+
+// The services' names on each multiplex of the band.
+const char* const kMultiplexNames[kMultiplexes][2] = {
+    {"Ombrix One", "Ombrix Two"},
+    {"Ombrix Sport", "Ombrix Kids"},
+    {"Radio Zwei Café", "Ombrix Arte"},
 };
 
 const Service kServices[] = {
     {.number = 257,
      .pmtPid = 0x100,
      .pcrPid = 0x101,
-     .name = "Ombrix One",
      .streams = {{0x101, 0x02, false}, {0x102, 0x03, false}, {0x103, 0x06, true}},
      .present = {"Morning News", "The news of the day.", 11 * 60 + 30, 60},
      .following = {"Weather", "The outlook for the week.", 12 * 60 + 30, 15}},
     {.number = 514,
      .pmtPid = 0x200,
      .pcrPid = 0x201,
-     .name = "Ombrix Two",
      .streams = {{0x201, 0x02, false}, {0x202, 0x03, false}},
      .present = {"Cartoon Hour", "Drawn stories.", 11 * 60 + 45, 60},
      .following = {"Film: The Long Tide", "A drama at sea.", 12 * 60 + 45, 105}},
@@ -103,8 +108,9 @@ void putText(Bytes& bytes, const std::string& text, const std::string& table) {
   bytes.insert(bytes.end(), encoded.begin(), encoded.end());
 }
 
-const char* serviceName(const Settings& settings, const Service& service) {
-  return &service == &kServices[0] && !settings.serviceName.empty() ? settings.serviceName.c_str() : service.name;
+std::string serviceName(const Settings& settings, const Service& service) {
+  const bool first = &service == &kServices[0];
+  return first && !settings.serviceName.empty() ? settings.serviceName : kMultiplexNames[settings.multiplex - 1][first ? 0 : 1];
 }
 
 uint8_t bcd(uint32_t value) {
@@ -144,8 +150,8 @@ Bytes longSectionHeader(uint8_t tableId, uint32_t id, uint8_t sectionNumber, uin
   return section;
 }
 
-Bytes pat() {
-  Bytes section = longSectionHeader(0x00, kTransportStreamId, 0, 0);
+Bytes pat(const Settings& settings) {
+  Bytes section = longSectionHeader(0x00, settings.multiplex, 0, 0);
   for (const Service& service : kServices) {
     put16(section, service.number);
     put16(section, 0xe000 | service.pmtPid);
@@ -173,7 +179,7 @@ Bytes pmt(const Service& service) {
 }
 
 Bytes sdt(const Settings& settings) {
-  Bytes section = longSectionHeader(0x42, kTransportStreamId, 0, 0);
+  Bytes section = longSectionHeader(0x42, settings.multiplex, 0, 0);
   put16(section, kOriginalNetworkId);
   section.push_back(0xff);
   for (const Service& service : kServices) {
@@ -203,7 +209,7 @@ Bytes nit(const Settings& settings) {
                     static_cast<uint8_t>(centre >> 8), static_cast<uint8_t>(centre), 0x1f, 0x81, 0x12, 0xff, 0xff, 0xff, 0xff};
   Bytes serviceList{0x41, static_cast<uint8_t>(3 * std::size(kServices))};
   Bytes channelNumbers{0x83, static_cast<uint8_t>(4 * std::size(kServices))};
-  uint32_t channel = 1;
+  uint32_t channel = 2 * settings.multiplex - 1;
   for (const Service& service : kServices) {
     put16(serviceList, service.number);
     serviceList.push_back(0x01);  // digital television
@@ -213,7 +219,7 @@ Bytes nit(const Settings& settings) {
   descriptors.insert(descriptors.end(), serviceList.begin(), serviceList.end());
   descriptors.insert(descriptors.end(), channelNumbers.begin(), channelNumbers.end());
   put16(section, 0xf000 | (6 + descriptors.size()));
-  put16(section, kTransportStreamId);
+  put16(section, settings.multiplex);
   put16(section, kOriginalNetworkId);
   put16(section, 0xf000 | descriptors.size());
   section.insert(section.end(), descriptors.begin(), descriptors.end());
@@ -224,7 +230,7 @@ Bytes eitPresentFollowing(const Settings& settings, const Service& service, uint
   const Event& event = sectionNumber == 0 ? service.present : service.following;
   const bool renamed = sectionNumber == 0 && &service == &kServices[0] && !settings.eventName.empty();
   Bytes section = longSectionHeader(0x4e, service.number, sectionNumber, 1);
-  put16(section, kTransportStreamId);
+  put16(section, settings.multiplex);
   put16(section, kOriginalNetworkId);
   section.push_back(1);     // segment_last_section_number
   section.push_back(0x4e);  // last_table_id
@@ -469,7 +475,7 @@ class Multiplexer {
       const uint64_t pts = static_cast<uint64_t>((now + 2 * kPcrOffsetSeconds) * 90000);
       if (psiTimes.due(now)) {
         if (!settings_.withoutPat) {
-          enqueue(tables_, packetize(0x0000, pat(), true, false));
+          enqueue(tables_, packetize(0x0000, pat(settings_), true, false));
         }
         for (const Service& service : kServices) {
           enqueue(tables_, packetize(service.pmtPid, pmt(service), true, false));
@@ -592,7 +598,7 @@ int usage() {
   std::fprintf(stderr,
                "usage: ombrixhal-genstream [--without-pat] [--text-table TABLE] [--service-name NAME]\n"
                "                           [--provider NAME] [--event NAME] [--network-name NAME]\n"
-               "                           [--frequency KHZ] OUTPUT [SECONDS]\n"
+               "                           [--frequency KHZ] [--multiplex N] OUTPUT [SECONDS]\n"
                "       ombrixhal-genstream --analog OUTPUT [SECONDS]\n"
                "  a transport stream, or with --analog a file of analog line records\n"
                "  --without-pat   no programme association table\n"
@@ -601,7 +607,9 @@ int usage() {
                "  --service-name  the first service's name, --provider every service's provider, --event\n"
                "                  the first service's present event, --network-name the network's (in\n"
                "                  UTF-8)\n"
-               "  --frequency     where the network table says the stream is (default 474000 kHz)\n");
+               "  --frequency     where the network table says the stream is (default 474000 kHz)\n"
+               "  --multiplex     which of the band's three multiplexes (default 1): its transport stream\n"
+               "                  id, service names and channel numbers\n");
   return 2;
 }
 
@@ -619,8 +627,9 @@ int main(int argc, char** argv) {
                                                        : nullptr;
     if (text != nullptr && i + 1 < argc) {
       *text = argv[++i];
-    } else if (argument == "--frequency" && i + 1 < argc) {
-      settings.frequencyKhz = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 10));
+    } else if ((argument == "--frequency" || argument == "--multiplex") && i + 1 < argc) {
+      (argument == "--frequency" ? settings.frequencyKhz : settings.multiplex) =
+          static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 10));
     } else if (argument == "--analog" || argument == "--without-pat") {
       (argument == "--analog" ? analog : settings.withoutPat) = true;
     } else if (argument.size() > 1 && argument[0] == '-') {
@@ -629,10 +638,11 @@ int main(int argc, char** argv) {
       positional.push_back(argv[i]);
     }
   }
-  if (positional.empty() || positional.size() > 2) {
+  if (positional.empty() || positional.size() > 2 || settings.multiplex < 1 || settings.multiplex > kMultiplexes) {
     return usage();
   }
-  for (const std::string& text : {settings.serviceName, settings.provider, settings.eventName, settings.networkName}) {
+  for (const std::string& text : {serviceName(settings, kServices[0]), serviceName(settings, kServices[1]),
+                                  settings.provider, settings.eventName, settings.networkName}) {
     Bytes encoded;
     if (!utf8ToDvbText(text, settings.textTable, encoded) || encoded.size() > 255) {
       std::fprintf(stderr, "ombrixhal-genstream: \"%s\" cannot be written in table %s\n", text.c_str(),

@@ -17,10 +17,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <initializer_list>
 #include <map>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -66,6 +68,8 @@ const char* const kDefaultStream = OMBRIX_HAL_DEFAULT_STREAM;
 const char* const kDefaultAnalog = OMBRIX_HAL_DEFAULT_ANALOG;
 // The receiver emulator's channel plan that the build writes: the default stream on one frequency.
 const char* const kDefaultChannelPlan = OMBRIX_HAL_DEFAULT_CHANNEL_PLAN;
+// Where a scan writes its channel list unless told.
+const char* const kDefaultChannelList = OMBRIX_HAL_DEFAULT_CHANNEL_LIST;
 constexpr const char* kChannelPlanVariable = "DIB_EMULATOR_CHANNEL_PLAN";
 constexpr uint32_t kDefaultLiveSeconds = 5;
 constexpr auto kLiveTableWait = std::chrono::seconds(5);  // the PAT and PMTs come several times a second
@@ -210,6 +214,8 @@ struct Report {
   // Set by the delivering thread once the PAT's services, or a PMT's streams, are written.
   std::atomic<bool> patSeen{false};
   std::atomic<size_t> describedServices{0};
+  std::atomic<bool> sdtSeen{false};
+  std::atomic<bool> nitSeen{false};
   // Live reception: what the tuner detected, and the signal.
   bool live = false;
   OmbrixHalTunerParameterDvbT reception{};
@@ -246,6 +252,10 @@ struct Options {
   uint32_t bandwidthMhz = 8;
   uint32_t seconds = kDefaultLiveSeconds;
   bool playService = false;  // the first service through the AV player as well
+  std::string tuneLine;      // receive the channel this tuning line names
+  bool scan = false;
+  std::string scanList;  // kHz, comma-separated, or "uhf"; empty: the channels of the plan
+  std::string channelList = kDefaultChannelList;
 };
 
 // What a filter's handler needs: the report and the PID the filter selects.
@@ -387,6 +397,7 @@ void readNit(Report& report, uint32_t, const uint8_t* section, uint32_t length) 
     network.streams[stream.id] = stream;
     at = descriptorsEnd;
   }
+  report.nitSeen.store(true, std::memory_order_release);
 }
 
 void readSdt(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
@@ -404,6 +415,7 @@ void readSdt(Report& report, uint32_t, const uint8_t* section, uint32_t length) 
                       });
     at = end;
   }
+  report.sdtSeen.store(true, std::memory_order_release);
 }
 
 void readEit(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
@@ -886,19 +898,23 @@ const char* enumerationText(int32_t value, std::initializer_list<std::pair<int32
   return "auto";
 }
 
-std::string receptionText(const Report& report) {
-  const OmbrixHalTunerParameterDvbT& reception = report.reception;
+// What the tuner detected: frequency, bandwidth and transmission parameters.
+std::string parametersText(const OmbrixHalTunerParameterDvbT& reception) {
   char text[256];
-  std::snprintf(text, sizeof text,
-                "%u kHz, %s, %s, guard %s, %s, code rate %s; signal strength %u %%, quality %u %%; %u s received",
-                reception.Frequency,
+  std::snprintf(text, sizeof text, "%u kHz, %s, %s, guard %s, %s, code rate %s", reception.Frequency,
                 enumerationText(reception.Bandwidth, {{1, "5 MHz"}, {2, "6 MHz"}, {3, "7 MHz"}, {4, "8 MHz"}}),
                 enumerationText(reception.TransmissionMode, {{2, "2K"}, {3, "4K"}, {4, "8K"}}),
                 enumerationText(reception.GuardInterval, {{2, "1/4"}, {3, "1/8"}, {4, "1/16"}, {5, "1/32"}}),
                 enumerationText(reception.Modulation, {{2, "QPSK"}, {4, "QAM-16"}, {6, "QAM-64"}}),
-                enumerationText(reception.CodeRate, {{2, "1/2"}, {5, "2/3"}, {7, "3/4"}, {10, "5/6"}, {12, "7/8"}}),
-                report.strength, report.quality, report.seconds);
+                enumerationText(reception.CodeRate, {{2, "1/2"}, {5, "2/3"}, {7, "3/4"}, {10, "5/6"}, {12, "7/8"}}));
   return text;
+}
+
+std::string receptionText(const Report& report) {
+  char signal[96];
+  std::snprintf(signal, sizeof signal, "; signal strength %u %%, quality %u %%; %u s received", report.strength,
+                report.quality, report.seconds);
+  return parametersText(report.reception) + signal;
 }
 
 // Live: where the network table says this transport stream is broadcast, when the tuner is
@@ -1122,6 +1138,239 @@ void printAnalogJson(const Report& report) {
   std::printf("\n}\n");
 }
 
+// A band scan: each frequency tuned in turn on the "DVB-T" tuner, as a middleware's first
+// installation does.
+constexpr uint32_t kLowestDvbTKhz = 50500;
+constexpr uint32_t kHighestDvbTKhz = 858000;
+constexpr auto kLockTimer = std::chrono::milliseconds(2000);  // the tuner's own
+constexpr auto kLockPoll = std::chrono::milliseconds(50);
+
+struct ScanChannel {
+  uint32_t frequencyKhz;
+  uint32_t bandwidthMhz;
+};
+
+struct ScanResult {
+  ScanChannel channel{};
+  bool locked = false;
+  OmbrixHalTunerDvbTMonitoring monitoring{};
+  std::unique_ptr<Report> report;  // a locked channel's reception, services and network
+};
+
+// Bad input costs one line and the scan goes on.
+void scanNote(const std::string& text) {
+  std::fprintf(stderr, "ombrixhal-inspect: scan: %s\n", text.c_str());
+}
+
+std::vector<ScanChannel> uhfRaster() {
+  std::vector<ScanChannel> channels;
+  for (uint32_t frequency = 474000; frequency <= 786000; frequency += 8000) {
+    channels.push_back({frequency, 8});
+  }
+  return channels;
+}
+
+// The frequency and bandwidth of each line of a receiver emulator's channel plan.
+std::vector<ScanChannel> planChannels(const std::string& path) {
+  std::ifstream plan(path);
+  if (!plan) {
+    scanNote("channel plan " + path + ": " + std::strerror(errno) + "; scanning the UHF raster instead");
+    return uhfRaster();
+  }
+  std::vector<ScanChannel> channels;
+  for (std::string line; std::getline(plan, line);) {
+    std::istringstream fields(line.substr(0, line.find('#')));
+    uint32_t frequency = 0;
+    uint32_t bandwidth = 0;
+    if (fields >> frequency >> bandwidth) {
+      channels.push_back({frequency, bandwidth});
+    }
+  }
+  return channels;
+}
+
+// "474000,482000" in kHz, or "uhf".
+std::vector<ScanChannel> listChannels(const std::string& list, uint32_t bandwidthMhz) {
+  if (list == "uhf") {
+    return uhfRaster();
+  }
+  std::vector<ScanChannel> channels;
+  std::istringstream tokens(list);
+  for (std::string token; std::getline(tokens, token, ',');) {
+    if (token.empty() || token.find_first_not_of("0123456789") != std::string::npos) {
+      scanNote("\"" + token + "\" is not a frequency in kHz, left out");
+      continue;
+    }
+    const uint32_t frequency = token.size() > 9 ? 0 : static_cast<uint32_t>(std::stoul(token));
+    if (frequency < kLowestDvbTKhz || frequency > kHighestDvbTKhz) {
+      scanNote(token + " kHz is outside the DVB-T band (50500 to 858000 kHz), left out");
+      continue;
+    }
+    channels.push_back({frequency, bandwidthMhz});
+  }
+  return channels;
+}
+
+// Status polling, as a middleware waits, for as long as the tuner's lock timer runs.
+bool waitForLock(OmbrixHalTunerHandle tuner) {
+  const auto deadline = std::chrono::steady_clock::now() + kLockTimer;
+  while (OmbrixHalTunerGetStatus(tuner) != OMBRIX_HAL_TUNER_STATUS_LOCKED) {
+    if (std::chrono::steady_clock::now() >= deadline) {
+      return false;
+    }
+    std::this_thread::sleep_for(kLockPoll);
+  }
+  return true;
+}
+
+// A locked channel's services (PAT, PMTs), their names (SDT) and its network (NIT).
+void readChannelTables(OmbrixHalTunerHandle tuner, Report& report) {
+  discover(tuner, report);
+  Filters filters(tuner, report);
+  filters.sections(kNitPid, onSection<readNit>, true);
+  filters.sections(kSdtPid, onSection<readSdt>, true);
+  receiveUntil(tuner, true, [&report] {
+    return report.sdtSeen.load(std::memory_order_acquire) && report.nitSeen.load(std::memory_order_acquire);
+  });
+  filters.stopAll();
+}
+
+ScanResult scanChannel(OmbrixHalTunerHandle tuner, const ScanChannel& channel) {
+  ScanResult result;
+  result.channel = channel;
+  result.locked = waitForLock(tuner);
+  OmbrixHalTunerDvbTGetMonitoring(tuner, &result.monitoring);
+  if (result.locked) {
+    result.report = std::make_unique<Report>();
+    Report& report = *result.report;
+    report.live = true;
+    OmbrixHalTunerParameter detected{};
+    OmbrixHalTunerGetParameter(tuner, &detected, nullptr);
+    report.reception = detected.DvbT;
+    report.strength = OmbrixHalTunerGetSignalStrength(tuner);
+    report.quality = OmbrixHalTunerGetSignalQuality(tuner);
+    readChannelTables(tuner, report);
+  }
+  return result;
+}
+
+std::string tuningLine(const ScanChannel& channel) {
+  return "DVB-T: freq=" + std::to_string(channel.frequencyKhz) + ", bandwidth=" + std::to_string(channel.bandwidthMhz);
+}
+
+std::vector<ScanResult> scan(const std::vector<ScanChannel>& channels, bool progress) {
+  OmbrixHalTunerHandle tuner = OmbrixHalTunerOpen("DVB-T");
+  if (tuner == nullptr) {
+    throw Failure{"the HAL has no DVB-T tuner (is the receiver driver there?)"};
+  }
+  std::vector<ScanResult> results;
+  try {
+    for (size_t i = 0; i < channels.size(); ++i) {
+      if (progress) {
+        std::fprintf(stderr, "\rscanning %u kHz (%zu of %zu) ", channels[i].frequencyKhz, i + 1, channels.size());
+      }
+      if (!OmbrixHalTunerSetParameterByString(tuner, tuningLine(channels[i]).c_str())) {
+        scanNote(std::to_string(channels[i].frequencyKhz) + " kHz, " + std::to_string(channels[i].bandwidthMhz) +
+                 " MHz: not a DVB-T channel, left out");
+        continue;
+      }
+      results.push_back(scanChannel(tuner, channels[i]));
+    }
+  } catch (const Failure&) {
+    OmbrixHalTunerClose(tuner);
+    throw;
+  }
+  OmbrixHalTunerClose(tuner);
+  if (progress) {
+    std::fprintf(stderr, "\r%40s\r", "");
+  }
+  return results;
+}
+
+// One tuning line per locked channel, as a middleware hands it back to the tuner; false when
+// the file cannot be written.
+bool writeChannelList(const std::vector<ScanResult>& results, const std::string& path) {
+  std::ofstream list(path, std::ios::trunc);
+  for (const ScanResult& result : results) {
+    if (result.locked) {
+      list << tuningLine(result.channel) << '\n';
+    }
+  }
+  list.close();
+  return static_cast<bool>(list);
+}
+
+std::string monitoringText(const OmbrixHalTunerDvbTMonitoring& monitoring) {
+  char ratio[32] = "unknown";
+  if (monitoring.PowerRatioDb != -100) {
+    std::snprintf(ratio, sizeof ratio, "%d.%04u dB", monitoring.PowerRatioDb, monitoring.PowerRatioFraction);
+  }
+  char text[160];
+  std::snprintf(text, sizeof text, "strength %u %%, quality %u %%, driver status 0x%04x, power ratio %s, driver value %llu",
+                monitoring.SignalStrength, monitoring.SignalQuality, monitoring.DriverStatus, ratio,
+                static_cast<unsigned long long>(monitoring.DriverValueQuotient) * 100000000ull +
+                    monitoring.DriverValueRemainder);
+  return text;
+}
+
+void printScanText(const std::vector<ScanResult>& results, const std::string& channelList, bool listWritten) {
+  const auto locked = std::count_if(results.begin(), results.end(), [](const ScanResult& result) { return result.locked; });
+  std::printf("Scan: %zu frequencies, %td locked\n", results.size(), locked);
+  for (const ScanResult& result : results) {
+    std::printf("\n  %u kHz, %u MHz: %s\n", result.channel.frequencyKhz, result.channel.bandwidthMhz,
+                result.locked ? "locked" : "not locked");
+    std::printf("    monitoring  %s\n", monitoringText(result.monitoring).c_str());
+    if (!result.locked) {
+      continue;
+    }
+    const Report& report = *result.report;
+    std::printf("    detected    %s\n", parametersText(report.reception).c_str());
+    std::printf("    network     %s, transport stream %u\n",
+                report.network.seen ? column(report.network.name, 0).c_str() : "(no network table)", report.transportStreamId);
+    size_t nameColumns = 0;
+    for (const Service& service : report.services) {
+      nameColumns = std::max(nameColumns, textColumns(service.name));
+    }
+    for (const Service& service : report.services) {
+      const uint32_t channel = channelNumber(report.network, service.number);
+      std::printf("    %-11s %-5u %s  %s\n", channel != 0 ? ("LCN " + std::to_string(channel)).c_str() : "",
+                  service.number, column(service.name, nameColumns).c_str(), column(service.provider, 0).c_str());
+    }
+  }
+  std::printf("\nChannel list: %s (%td channels)%s\n", channelList.c_str(), locked, listWritten ? "" : ", NOT WRITTEN");
+}
+
+void printScanJson(const std::vector<ScanResult>& results, const std::string& channelList, bool listWritten) {
+  std::printf("{\n  \"scan\": [");
+  for (size_t i = 0; i < results.size(); ++i) {
+    const ScanResult& result = results[i];
+    const OmbrixHalTunerDvbTMonitoring& monitoring = result.monitoring;
+    std::printf("%s\n    {\"frequency\": %u, \"bandwidth\": %u, \"locked\": %s, \"monitoring\": {\"signalStrength\": %u, "
+                "\"signalQuality\": %u, \"driverStatus\": %u, \"powerRatioDb\": %d, \"powerRatioFraction\": %u, "
+                "\"driverValueQuotient\": %u, \"driverValueRemainder\": %u}",
+                i == 0 ? "" : ",", result.channel.frequencyKhz, result.channel.bandwidthMhz,
+                result.locked ? "true" : "false", monitoring.SignalStrength, monitoring.SignalQuality,
+                monitoring.DriverStatus, monitoring.PowerRatioDb, monitoring.PowerRatioFraction,
+                monitoring.DriverValueQuotient, monitoring.DriverValueRemainder);
+    if (result.locked) {
+      const Report& report = *result.report;
+      std::printf(",\n     \"reception\": %s, \"strength\": %u, \"quality\": %u, \"transportStreamId\": %u,\n     \"network\": %s,\n     \"services\": [",
+                  jsonString(parametersText(report.reception)).c_str(), report.strength, report.quality,
+                  report.transportStreamId, networkJson(report).c_str());
+      for (size_t j = 0; j < report.services.size(); ++j) {
+        const Service& service = report.services[j];
+        std::printf("%s{\"number\": %u, \"name\": %s, \"provider\": %s, \"lcn\": %u}", j == 0 ? "" : ", ", service.number,
+                    jsonString(service.name).c_str(), jsonString(service.provider).c_str(),
+                    channelNumber(report.network, service.number));
+      }
+      std::printf("]");
+    }
+    std::printf("}");
+  }
+  std::printf("\n  ],\n  \"channelList\": %s,\n  \"channelListWritten\": %s\n}\n", jsonString(channelList).c_str(),
+              listWritten ? "true" : "false");
+}
+
 Options parse(int argc, char** argv) {
   Options options;
   for (int i = 1; i < argc; ++i) {
@@ -1136,6 +1385,13 @@ Options parse(int argc, char** argv) {
       options.analog = true;
     } else if (argument == "--play") {
       options.playService = true;
+    } else if (argument == "--scan") {
+      options.scan = true;
+      if (i + 1 < argc && argv[i + 1][0] != '-') {
+        options.scanList = argv[++i];
+      }
+    } else if ((argument == "--channel-list" || argument == "--tune") && i + 1 < argc) {
+      (argument == "--tune" ? options.tuneLine : options.channelList) = argv[++i];
     } else if ((argument == "--dvbt" || argument == "--bandwidth" || argument == "--seconds") && i + 1 < argc) {
       const std::string value = argv[++i];
       if (argument == "--dvbt") {
@@ -1148,23 +1404,35 @@ Options parse(int argc, char** argv) {
                    "usage: ombrixhal-inspect [--json] [--log] [--realtime] [--play] [FILE]\n"
                    "       ombrixhal-inspect [--json] [--log] --analog [FILE]\n"
                    "       ombrixhal-inspect [--json] [--log] [--play] --dvbt FREQ [--bandwidth MHZ] [--seconds N]\n"
+                   "       ombrixhal-inspect [--json] [--log] [--play] --tune LINE [--seconds N]\n"
+                   "       ombrixhal-inspect [--json] [--log] --scan [FREQ,FREQ,...|uhf] [--bandwidth MHZ]\n"
+                   "                         [--channel-list FILE]\n"
                    "  FILE        a transport stream (default: %s)\n"
                    "  --analog    FILE holds analog line records (default: %s)\n"
                    "  --dvbt      receive the DVB-T channel at FREQ kHz (bandwidth 8 MHz unless given) for N\n"
                    "              seconds (default %u); with the receiver emulator, %s names its channel\n"
                    "              plan (default: %s)\n"
+                   "  --tune      receive the channel that a tuning line names (\"DVB-T: freq=474000, bandwidth=8\")\n"
+                   "  --scan      tune each frequency (kHz) in turn and report what locks; without a list the\n"
+                   "              channels of the receiver emulator's plan, with uhf 474000 to 786000 in 8 MHz\n"
+                   "              steps; writes a tuning line per locked channel to FILE (default: %s)\n"
                    "  --json      the report as JSON\n"
                    "  --log       the HAL's log lines on stderr\n"
                    "  --realtime  play at the stream's own rate instead of as fast as it reads\n"
                    "  --play      play the first service through the AV player as well (with the player\n"
                    "              library emulator, VOMTP_EMULATOR_REPORT=FILE writes what it received)\n",
-                   kDefaultStream, kDefaultAnalog, kDefaultLiveSeconds, kChannelPlanVariable, kDefaultChannelPlan);
+                   kDefaultStream, kDefaultAnalog, kDefaultLiveSeconds, kChannelPlanVariable, kDefaultChannelPlan,
+                   kDefaultChannelList);
       std::exit(argument == "--help" || argument == "-h" ? 0 : 2);
     } else {
       options.file = argument;
     }
   }
-  if (!options.frequency.empty()) {
+  if (options.scan) {
+    options.file = "scan";
+  } else if (!options.tuneLine.empty()) {
+    options.file = options.tuneLine;
+  } else if (!options.frequency.empty()) {
     options.file = "DVB-T " + options.frequency + " kHz";
   } else if (options.file.empty()) {
     options.file = options.analog ? kDefaultAnalog : kDefaultStream;
@@ -1234,8 +1502,8 @@ void inspectLive(Report& report, const Options& options) {
     throw Failure{"the HAL has no DVB-T tuner (is the receiver driver there?)"};
   }
   try {
-    const std::string line =
-        "DVB-T: freq=" + options.frequency + ", bandwidth=" + std::to_string(options.bandwidthMhz);
+    const std::string line = !options.tuneLine.empty() ? options.tuneLine
+                             : "DVB-T: freq=" + options.frequency + ", bandwidth=" + std::to_string(options.bandwidthMhz);
     if (!OmbrixHalTunerSetParameterByString(tuner, line.c_str())) {
       throw Failure{"not a DVB-T channel (frequencies 50500 to 858000 kHz, bandwidth 6, 7 or 8 MHz)"};
     }
@@ -1325,7 +1593,7 @@ int main(int argc, char** argv) {
   Options options = parse(argc, argv);
   Report report;
   report.file = options.file;
-  const bool live = !options.frequency.empty();
+  const bool live = !options.frequency.empty() || !options.tuneLine.empty() || options.scan;
   if (const std::string reason = live ? std::string{} : checkFile(report, options.analog); !reason.empty()) {
     std::fprintf(stderr, "ombrixhal-inspect: %s: %s\n", report.file.c_str(), reason.c_str());
     return 1;
@@ -1334,6 +1602,11 @@ int main(int argc, char** argv) {
   if (live && std::getenv(kChannelPlanVariable) == nullptr) {
     setEnvironment(kChannelPlanVariable, kDefaultChannelPlan);
   }
+  const std::vector<ScanChannel> channels =
+      !options.scan                ? std::vector<ScanChannel>{}
+      : options.scanList.empty() ? planChannels(std::getenv(kChannelPlanVariable))
+                                 : listChannels(options.scanList, options.bandwidthMhz);
+  std::vector<ScanResult> results;
   if (options.log) {
     OmbrixHalSetLogHandler(printLog, nullptr);
     OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_ERROR);
@@ -1349,6 +1622,8 @@ int main(int argc, char** argv) {
     try {
       if (!OmbrixHalInit(&parameter)) {
         failure = "the HAL did not start";
+      } else if (options.scan) {
+        results = scan(channels, isatty(STDERR_FILENO) && !options.json);
       } else if (live) {
         inspectLive(report, options);
       } else if (options.analog) {
@@ -1365,6 +1640,14 @@ int main(int argc, char** argv) {
   if (!failure.empty()) {
     std::fprintf(stderr, "ombrixhal-inspect: %s: %s\n", report.file.c_str(), failure.c_str());
     return 1;
+  }
+  if (options.scan) {
+    const bool written = writeChannelList(results, options.channelList);
+    if (!written) {
+      scanNote("channel list " + options.channelList + ": cannot be written");
+    }
+    options.json ? printScanJson(results, options.channelList, written) : printScanText(results, options.channelList, written);
+    return 0;
   }
   if (options.analog) {
     options.json ? printAnalogJson(report) : printAnalogText(report);
