@@ -1,11 +1,11 @@
 // ombrixhal-inspect: what the HAL hands a middleware from a recording or from live reception.
 // Plays a transport stream through a "digitalFile" tuner, or receives a channel through the
 // "DVB-T" tuner for some seconds, with the filters a middleware opens (sections of the PAT, the
-// PMTs, the SDT, the EIT present/following and the TDT/TOT; PES of every elementary stream; PCR;
-// teletext) and prints the services, events, time, counts and teletext pages it received, with
-// --play also playing the first service through the AV player into the player library; or
-// plays analog line records through an "analogFile" tuner and its teletext filter. Uses the
-// public C API only, as a middleware does.
+// PMTs, the NIT, the SDT, the EIT present/following and the TDT/TOT; PES of every elementary
+// stream; PCR; teletext) and prints the services, network, events, time, counts and teletext
+// pages it received, with --play also playing the first service through the AV player into the
+// player library; or scans a band of DVB-T frequencies; or plays analog line records through an
+// "analogFile" tuner and its teletext filter. Uses the public C API only, as a middleware does.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -66,7 +66,8 @@ constexpr uint32_t kPcrUnitsPerSecond = 45000;
 
 const char* const kDefaultStream = OMBRIX_HAL_DEFAULT_STREAM;
 const char* const kDefaultAnalog = OMBRIX_HAL_DEFAULT_ANALOG;
-// The receiver emulator's channel plan that the build writes: the default stream on one frequency.
+// The receiver emulator's channel plan that the build writes: the emulated band, the default
+// stream on 474000 kHz and two more multiplexes.
 const char* const kDefaultChannelPlan = OMBRIX_HAL_DEFAULT_CHANNEL_PLAN;
 // Where a scan writes its channel list unless told.
 const char* const kDefaultChannelList = OMBRIX_HAL_DEFAULT_CHANNEL_LIST;
