@@ -3,7 +3,8 @@
 # analog line records; with -DDVBT=<kHz> three seconds of the emulated channel that carries the
 # default stream; otherwise the generated default stream. -DINSPECT=<program> -DSTREAM=<file>
 # With -DGENSTREAM=<generator> the generator first writes STREAM: with -DNAMES="table|service|
-# provider|event" these names in that character table, which the report must show as given; with
+# provider|event|second service's line" these names in that character table, which the report
+# must show as given, in an aligned table; with
 # -DWITHOUT_PAT=ON the default stream without its PAT, of which the report must give the PIDs.
 if(GENSTREAM AND WITHOUT_PAT)
   set(generate --without-pat)
@@ -82,6 +83,12 @@ if(NAMES)
     service(0 ${field} actual)
     expect("${table} ${field}" "${actual}" "${expected}")
   endforeach()
+  # The table's columns fit the longest name counted in characters: the other service's line
+  # is padded to it.
+  list(GET NAMES 4 expected)
+  execute_process(COMMAND ${INSPECT} ${name} WORKING_DIRECTORY ${folder} OUTPUT_VARIABLE text)
+  string(REGEX MATCH "\n  514 [^\n]*" line "${text}")
+  expect("${table} services table" "${line}" "\n${expected}")
   return()
 endif()
 
