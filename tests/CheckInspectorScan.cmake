@@ -1,7 +1,8 @@
 # A band scan of the build's emulated band: each multiplex found on its frequency with its
 # network, services and channel numbers, a frequency without a channel as not locked, one line for
 # each unusable entry of the list; then each line of the channel list it wrote tunes its channel
-# again. -DINSPECT=<program>
+# again; a plan line whose recording is missing is named and scanned as not locked.
+# -DINSPECT=<program> -DSTREAM=<the default stream>
 function(expect what actual expected)
   if(NOT "${actual}" STREQUAL "${expected}")
     message(SEND_ERROR "${what}: '${actual}', expected '${expected}'")
@@ -45,3 +46,11 @@ foreach(line name IN ZIP_LISTS lines names)
   string(JSON service GET "${json}" services 0 name)
   expect("tuned again by '${line}'" "${result} ${reception} ${service}" "0 ${frequency} kHz ${name}")
 endforeach()
+
+file(WRITE plan.txt "474000 8 ${STREAM}\n490000 8 missing.ts\n")
+set(ENV{DIB_EMULATOR_CHANNEL_PLAN} ${CMAKE_CURRENT_BINARY_DIR}/plan.txt)
+execute_process(COMMAND ${INSPECT} --json --scan --channel-list plan-channels.txt OUTPUT_VARIABLE json ERROR_VARIABLE errors)
+expect("plan errors" "${errors}" "ombrixhal-inspect: scan: channel plan ${CMAKE_CURRENT_BINARY_DIR}/plan.txt line 2: missing.ts is missing, 490000 kHz will not lock\n")
+string(JSON first GET "${json}" scan 0 locked)
+string(JSON second GET "${json}" scan 1 locked)
+expect("plan channels locked" "${first} ${second}" "ON OFF")

@@ -1171,21 +1171,33 @@ std::vector<ScanChannel> uhfRaster() {
   return channels;
 }
 
-// The frequency and bandwidth of each line of a receiver emulator's channel plan.
+// The frequency and bandwidth of each line of a receiver emulator's channel plan. A line whose
+// recording is missing is still scanned (it finds no signal), but named, since a plan usually
+// points at recordings elsewhere.
 std::vector<ScanChannel> planChannels(const std::string& path) {
   std::ifstream plan(path);
   if (!plan) {
     scanNote("channel plan " + path + ": " + std::strerror(errno) + "; scanning the UHF raster instead");
     return uhfRaster();
   }
+  const std::string folder = path.find_last_of("/\\") == std::string::npos ? "" : path.substr(0, path.find_last_of("/\\") + 1);
   std::vector<ScanChannel> channels;
+  uint32_t lineNumber = 0;
   for (std::string line; std::getline(plan, line);) {
+    ++lineNumber;
     std::istringstream fields(line.substr(0, line.find('#')));
     uint32_t frequency = 0;
     uint32_t bandwidth = 0;
-    if (fields >> frequency >> bandwidth) {
-      channels.push_back({frequency, bandwidth});
+    std::string file;
+    if (!(fields >> frequency >> bandwidth >> file)) {
+      continue;
     }
+    const bool absolute = file[0] == '/' || file[0] == '\\' || (file.size() > 1 && file[1] == ':');
+    if (!std::ifstream(absolute ? file : folder + file)) {
+      scanNote("channel plan " + path + " line " + std::to_string(lineNumber) + ": " + file + " is missing, " +
+               std::to_string(frequency) + " kHz will not lock");
+    }
+    channels.push_back({frequency, bandwidth});
   }
   return channels;
 }
