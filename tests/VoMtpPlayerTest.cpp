@@ -1,0 +1,252 @@
+// The host's player library through its own calls, headless, on the streams that FFmpeg muxes:
+// what it presents and decodes must be what FFmpeg decodes of the same PIDs, picture for picture.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <numeric>
+#include <sstream>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "voMTPSDK.h"
+
+namespace {
+
+struct Service {
+  const char* name;
+  const char* file;
+  uint32_t audioPid, videoPid;
+  uint32_t width, height;
+};
+
+const Service kServices[] = {
+    {"Mpeg2Mp2", "mpeg2.ts", 0x101, 0x100, 352, 288},
+    {"H264Aac", "h264.ts", 0x101, 0x100, 352, 288},
+    {"SecondOfTwoServices", "two-services.ts", 0x103, 0x102, 320, 240},
+    {"VideoOnly", "two-services.ts", 0, 0x100, 352, 288},
+    {"AudioOnly", "h264.ts", 0x101, 0, 0, 0},
+    {"VideoPidMissing", "mpeg2.ts", 0x101, 0x1FF0, 0, 0},
+};
+
+std::string streams() {
+  const char* directory = std::getenv("OMBRIX_HAL_FFMPEG_STREAMS");
+  return std::string(directory ? directory : "ffmpeg-streams") + "/";
+}
+
+std::string run(const std::string& command) {
+  std::string output;
+  if (std::FILE* pipe = popen(command.c_str(), "r")) {
+    char buffer[4096];
+    for (size_t read; (read = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
+      output.append(buffer, read);
+    }
+    pclose(pipe);
+  }
+  return output;
+}
+
+// ffprobe's value of aEntry for each frame of the PID: none for a PID not there.
+std::vector<uint64_t> probeFrames(const Service& aService, uint32_t aPid, const char* aEntry) {
+  std::istringstream lines(run("ffprobe -v error -select_streams i:" + std::to_string(aPid) + " -show_entries frame=" +
+                               aEntry + " -of csv=p=0 " + streams() + aService.file));
+  std::vector<uint64_t> values;
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.empty()) {
+      values.push_back(std::stoull(line));
+    }
+  }
+  return values;
+}
+
+std::vector<uint8_t> readFile(const std::string& aPath) {
+  std::ifstream file(aPath, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+struct Message {
+  int32_t type;
+  uint32_t words[5];
+};
+std::mutex messagesMutex;
+std::vector<Message> messages;
+
+int32_t record(int32_t aType, const uint32_t* aPayload) {
+  std::lock_guard lock(messagesMutex);
+  messages.push_back({aType, {aPayload[0], aPayload[1], aPayload[2], aPayload[3], aPayload[4]}});
+  return 1;
+}
+
+// What a headless play wrote: the timeline's lines and the WAV file's samples.
+struct Played {
+  std::string directory;
+  uint64_t pictures = 0;
+  std::vector<int16_t> samples;
+  uint32_t channels = 0;
+};
+
+class PlayerTest : public testing::Test {
+ protected:
+  void SetUp() override { messages.clear(); }
+  // Plays the service headless into a directory of its own, with the library's calls in the
+  // HAL's order, the data in the chunks that the HAL stages.
+  Played play(const Service& aService, const std::string& aEvery = "1", uint32_t aVolume = 100) {
+    Played played;
+    played.directory = testing::UnitTest::GetInstance()->current_test_info()->name();
+    std::replace(played.directory.begin(), played.directory.end(), '/', '-');
+    std::filesystem::remove_all(played.directory);
+    std::filesystem::create_directory(played.directory);
+    setenv("VOMTP_PLAYER_HEADLESS", played.directory.c_str(), 1);
+    setenv("VOMTP_PLAYER_FRAME_EVERY", aEvery.c_str(), 1);
+    voMTPHandle decoder = nullptr;
+    EXPECT_EQ(voMTPInit(VOMTP_INIT_MEMORY), 0);
+    EXPECT_EQ(voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, record), 0);
+    EXPECT_EQ(voMTPSetVolume(decoder, aVolume), 0);
+    EXPECT_EQ(voMTPRun(decoder), 0);
+    const std::vector<uint8_t> stream = readFile(streams() + aService.file);
+    for (size_t at = 0; at < stream.size(); at += 48128) {
+      voMTPSendData(decoder, stream.data() + at, uint32_t(std::min<size_t>(48128, stream.size() - at)),
+                    aService.audioPid | aService.videoPid << 13, VOMTP_SEND_FLAG_TS);
+    }
+    EXPECT_EQ(voMTPStop(decoder), 0);
+    EXPECT_EQ(voMTPClose(decoder), 0);
+    voMTPUnInit();
+    std::ifstream timeline(played.directory + "/timeline.txt");
+    for (std::string line; std::getline(timeline, line);) {
+      ++played.pictures;
+    }
+    const std::vector<uint8_t> wav = readFile(played.directory + "/audio.wav");
+    if (wav.size() >= 44) {
+      played.channels = wav[22];
+      played.samples.resize((wav.size() - 44) / 2);
+      std::memcpy(played.samples.data(), wav.data() + 44, played.samples.size() * 2);
+    }
+    return played;
+  }
+};
+
+class PlayerServiceTest : public PlayerTest, public testing::WithParamInterface<Service> {};
+
+// Every frame of the service's PIDs is presented or decoded, the format message comes first with
+// the picture's size, and a time stamp follows each presented frame.
+TEST_P(PlayerServiceTest, PresentsWhatFfmpegDecodes) {
+  const Service& service = GetParam();
+  const Played played = play(service, "1000");
+  const uint64_t pictures = probeFrames(service, service.videoPid, "pkt_size").size();
+  const std::vector<uint64_t> audio = probeFrames(service, service.audioPid, "nb_samples");
+  EXPECT_EQ(played.pictures, pictures);
+  EXPECT_EQ(played.channels == 0 ? 0 : played.samples.size() / played.channels,
+            std::accumulate(audio.begin(), audio.end(), uint64_t(0)));
+  const auto count = [](int32_t aType) {
+    return uint64_t(std::count_if(messages.begin(), messages.end(), [&](auto& aMessage) { return aMessage.type == aType; }));
+  };
+  EXPECT_EQ(count(VOMTP_MESSAGE_VIDEO_FORMAT), pictures > 0 ? 1u : 0u);
+  EXPECT_EQ(count(VOMTP_MESSAGE_TIME_STAMP), service.videoPid != 0 ? pictures : audio.size());
+  if (pictures > 0) {
+    EXPECT_EQ(messages[0].type, VOMTP_MESSAGE_VIDEO_FORMAT);
+    EXPECT_EQ(messages[0].words[1], service.width);
+    EXPECT_EQ(messages[0].words[2], service.height);
+    EXPECT_EQ(messages[0].words[4], 0u);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, PlayerServiceTest, testing::ValuesIn(kServices),
+                         [](const auto& aInfo) { return std::string(aInfo.param.name); });
+
+// PPM pixels after the header.
+std::vector<uint8_t> pixels(const std::string& aPath) {
+  std::vector<uint8_t> file = readFile(aPath);
+  size_t at = 0;
+  for (int fields = 0; fields < 4 && at < file.size(); ++at) {
+    fields += std::isspace(file[at]) && !std::isspace(file[at - 1]) ? 1 : 0;
+  }
+  return {file.begin() + std::ptrdiff_t(std::min(at, file.size())), file.end()};
+}
+
+// The written pictures are FFmpeg's decode of the same frames: every tenth, by presentation order.
+TEST_F(PlayerTest, PicturesMatchFfmpegDecode) {
+  for (const Service& service : {kServices[0], kServices[1], kServices[2]}) {
+    const Played played = play(service, "10");
+    run("ffmpeg -v error -i " + streams() + service.file + " -map 0:i:" + std::to_string(service.videoPid) +
+        " -vf \"select=not(mod(n\\,10))\" -vsync passthrough -y " + played.directory + "/ref-%06d.ppm");
+    for (uint64_t frame = 0; frame < played.pictures; frame += 10) {
+      char name[64];
+      std::snprintf(name, sizeof name, "/frame-%06llu.ppm", (unsigned long long)frame);
+      const std::vector<uint8_t> ours = pixels(played.directory + name);
+      std::snprintf(name, sizeof name, "/ref-%06llu.ppm", (unsigned long long)frame / 10 + 1);
+      const std::vector<uint8_t> theirs = pixels(played.directory + name);
+      ASSERT_EQ(ours.size(), theirs.size()) << service.name << " frame " << frame;
+      double error = 0;
+      for (size_t index = 0; index < ours.size(); ++index) {
+        error += std::pow(double(ours[index]) - theirs[index], 2);
+      }
+      const double psnr = error == 0 ? 99 : 10 * std::log10(255.0 * 255.0 * double(ours.size()) / error);
+      EXPECT_GT(psnr, 40) << service.name << " frame " << frame;
+    }
+  }
+}
+
+// The volume scales the samples (0 is silence) and reads back as set, clamped to 100.
+TEST_F(PlayerTest, VolumeScalesSamples) {
+  const struct {
+    uint32_t set, readBack;
+    bool silent;
+  } cases[] = {{0, 0, true}, {37, 37, false}, {150, 100, false}};
+  for (const auto& entry : cases) {
+    const Played played = play(kServices[0], "1000", entry.set);
+    ASSERT_FALSE(played.samples.empty());
+    const bool silent = std::all_of(played.samples.begin(), played.samples.end(), [](int16_t s) { return s == 0; });
+    EXPECT_EQ(silent, entry.silent) << entry.set;
+    voMTPHandle decoder = nullptr;
+    uint32_t volume = 1000, second = 1000;
+    voMTPInit(VOMTP_INIT_MEMORY);
+    voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, nullptr);
+    voMTPSetVolume(decoder, entry.set);
+    EXPECT_EQ(voMTPGetVolume(decoder, &volume, &second), 0);
+    EXPECT_EQ(volume, entry.readBack);
+    voMTPClose(decoder);
+    voMTPUnInit();
+  }
+}
+
+size_t threadCount() {
+  return size_t(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
+}
+
+// Stop and Close from another thread while the decoder is busy and data keep coming: every thread
+// of the decoder is joined, and the handle is gone.
+TEST_F(PlayerTest, StopAndCloseFromAnotherThreadJoinEverything) {
+  const size_t before = threadCount();
+  setenv("VOMTP_PLAYER_PACED", "1", 1);
+  voMTPHandle decoder = nullptr;
+  voMTPInit(VOMTP_INIT_MEMORY);
+  ASSERT_EQ(voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, record), 0);
+  voMTPRun(decoder);
+  const std::vector<uint8_t> stream = readFile(streams() + kServices[1].file);
+  std::atomic<bool> closed = false;
+  std::thread sender([&] {
+    for (size_t at = 0; !closed; at = (at + 1316) % (stream.size() - 1316)) {
+      voMTPSendData(decoder, stream.data() + at, 1316, 0x101 | 0x100 << 13, VOMTP_SEND_FLAG_TS);
+    }
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  std::thread([&] {
+    EXPECT_EQ(voMTPStop(decoder), 0);
+    EXPECT_EQ(voMTPClose(decoder), 0);
+    closed = true;
+  }).join();
+  sender.join();
+  unsetenv("VOMTP_PLAYER_PACED");
+  EXPECT_EQ(voMTPSendData(decoder, stream.data(), 188, 0x101, VOMTP_SEND_FLAG_TS), -1);
+  voMTPUnInit();
+  EXPECT_EQ(threadCount(), before);
+}
+
+}  // namespace
