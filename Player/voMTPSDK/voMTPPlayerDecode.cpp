@@ -85,7 +85,10 @@ class StreamDecoder {
     if (!mContext && !detect(aPes)) {
       return;
     }
-    const uint8_t* data = aPes.data.data();
+    // FFmpeg's parsers read a little past the end of what they are given.
+    mPadded.assign(aPes.data.begin(), aPes.data.end());
+    mPadded.resize(aPes.data.size() + AV_INPUT_BUFFER_PADDING_SIZE, 0);
+    const uint8_t* data = mPadded.data();
     int size = int(aPes.data.size());
     int64_t pts = aPes.pts == kNoTime ? AV_NOPTS_VALUE : aPes.pts;
     while (size > 0 && !mPlayer.aborted()) {
@@ -246,6 +249,7 @@ class StreamDecoder {
   AVChannelLayout mInputLayout{};
   int mInputFormat = -1, mInputRate = 0;
   std::vector<int16_t> mSamples;
+  std::vector<uint8_t> mPadded;
 };
 }  // namespace
 
