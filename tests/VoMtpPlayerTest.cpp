@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <numeric>
 #include <thread>
@@ -45,13 +46,19 @@ int32_t record(int32_t aType, const uint32_t* aPayload) {
   return 1;
 }
 
+uint64_t countMessages(int32_t aType) {
+  std::lock_guard lock(messagesMutex);
+  return uint64_t(std::count_if(messages.begin(), messages.end(), [&](auto& aMessage) { return aMessage.type == aType; }));
+}
+
 class PlayerTest : public testing::Test {
  protected:
   void SetUp() override { messages.clear(); }
   // Plays the service headless into a directory of its own, with the library's calls in the
   // HAL's order, the data in the chunks that the HAL stages.
   // The output directory.
-  std::string play(const Service& aService, const std::string& aEvery = "1", uint32_t aVolume = 100) {
+  std::string play(const Service& aService, const std::string& aEvery = "1", uint32_t aVolume = 100,
+                   const std::function<void()>& aBeforeStop = [] {}) {
     std::string directory = testing::UnitTest::GetInstance()->current_test_info()->name();
     std::replace(directory.begin(), directory.end(), '/', '-');
     std::filesystem::remove_all(directory);
@@ -68,6 +75,7 @@ class PlayerTest : public testing::Test {
       voMTPSendData(decoder, stream.data() + at, uint32_t(std::min<size_t>(48128, stream.size() - at)),
                     aService.audioPid | aService.videoPid << 13, VOMTP_SEND_FLAG_TS);
     }
+    aBeforeStop();
     EXPECT_EQ(voMTPStop(decoder), 0);
     EXPECT_EQ(voMTPClose(decoder), 0);
     voMTPUnInit();
@@ -86,11 +94,8 @@ TEST_P(PlayerServiceTest, PresentsWhatFfmpegDecodes) {
   const std::vector<uint64_t> audio = probeFrames(service.file, service.audioPid, "nb_samples");
   EXPECT_EQ(played.pictures, pictures);
   EXPECT_EQ(played.samples, std::accumulate(audio.begin(), audio.end(), uint64_t(0)));
-  const auto count = [](int32_t aType) {
-    return uint64_t(std::count_if(messages.begin(), messages.end(), [&](auto& aMessage) { return aMessage.type == aType; }));
-  };
-  EXPECT_EQ(count(VOMTP_MESSAGE_VIDEO_FORMAT), pictures > 0 ? 1u : 0u);
-  EXPECT_EQ(count(VOMTP_MESSAGE_TIME_STAMP), service.videoPid != 0 ? pictures : audio.size());
+  EXPECT_EQ(countMessages(VOMTP_MESSAGE_VIDEO_FORMAT), pictures > 0 ? 1u : 0u);
+  EXPECT_EQ(countMessages(VOMTP_MESSAGE_TIME_STAMP), service.videoPid != 0 ? pictures : audio.size());
   if (pictures > 0) {
     EXPECT_EQ(messages[0].type, VOMTP_MESSAGE_VIDEO_FORMAT);
     EXPECT_EQ(messages[0].words[1], service.width);
@@ -158,6 +163,28 @@ TEST_F(PlayerTest, VolumeScalesSamples) {
     voMTPClose(decoder);
     voMTPUnInit();
   }
+}
+
+// Played in real time, each picture is presented within 40 ms of its time on the clock.
+TEST_F(PlayerTest, PacedPlayPresentsEachPictureOnTime) {
+  const Service& service = kServices[2];
+  const uint64_t pictures = probeFrames(service.file, service.videoPid, "pkt_size").size();
+  setenv("VOMTP_PLAYER_PACED", "1", 1);
+  const std::string directory = play(service, "1000", 100, [&] {
+    // Without a drain at Stop the last pictures stay in the parser and decoder.
+    for (int wait = 0; wait < 3000 && countMessages(VOMTP_MESSAGE_TIME_STAMP) + 3 < pictures; ++wait) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+  });
+  unsetenv("VOMTP_PLAYER_PACED");
+  std::ifstream timeline(directory + "/timeline.txt");
+  uint64_t lines = 0;
+  for (std::string line; std::getline(timeline, line); ++lines) {
+    long long time = 0, presented = 0;
+    ASSERT_EQ(std::sscanf(line.c_str(), "frame %*u time %lld presented %lld", &time, &presented), 2) << line;
+    EXPECT_LE(std::llabs(presented - time), 40) << line;
+  }
+  EXPECT_GE(lines + 3, pictures);
 }
 
 size_t threadCount() {

@@ -279,13 +279,11 @@ void Player::presentPicture(const AVFrame& aFrame, int64_t aMs) {
   if (!waitRunning() || mVideoSuspended) {
     return;
   }
-  int64_t presented = aMs;
-  if (mSettings.paced) {
-    if (!waitUntil(aMs)) {
-      return;
-    }
-    presented = mClock.now(aMs);
+  if (mSettings.paced && !waitUntil(aMs)) {
+    return;
   }
+  // Read on the clock even unpaced, where the timeline then shows how far ahead decoding runs.
+  const int64_t presented = mClock.now(aMs);
   mOutput->picture(aFrame, mPictures);
   mOutput->timeline(mPictures, aMs, presented);
   ++mPictures;
