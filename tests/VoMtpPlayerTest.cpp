@@ -187,6 +187,69 @@ TEST_F(PlayerTest, PacedPlayPresentsEachPictureOnTime) {
   EXPECT_GE(lines + 3, pictures);
 }
 
+// Mean colour of each quarter of the aWidth x aHeight region at aX, aY of an RGB picture aStride
+// pixels wide, in reading order.
+std::vector<double> quarterMeans(const std::vector<uint8_t>& aRgb, int aStride, int aX, int aY, int aWidth, int aHeight) {
+  std::vector<double> means(12, 0);
+  for (int y = 0; y < aHeight; ++y) {
+    for (int x = 0; x < aWidth; ++x) {
+      for (int c = 0; c < 3; ++c) {
+        means[size_t((y * 2 / aHeight * 2 + x * 2 / aWidth) * 3 + c)] +=
+            aRgb[size_t(((aY + y) * aStride + aX + x) * 3 + c)] * 4.0 / (aWidth * aHeight);
+      }
+    }
+  }
+  return means;
+}
+
+// In a window (under a virtual X server), a 4:3 picture in a 16:9 draw rectangle with format 1
+// stands pillarboxed in the middle of the rectangle, over the background everywhere else.
+TEST_F(PlayerTest, WindowShowsThePicturePillarboxedInTheDrawRectangle) {
+  if (!std::getenv("DISPLAY")) {
+    GTEST_SKIP() << "no display";
+  }
+  unsetenv("VOMTP_PLAYER_HEADLESS");
+  const Service& service = kServices[2];
+  const std::vector<uint8_t> stream = readBinary(ffmpegStreams() + service.file);
+  voMTPHandle decoder = nullptr;
+  voMTPInit(VOMTP_INIT_MEMORY);
+  ASSERT_EQ(voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, record), 0);
+  voMTPSetDrawRect(decoder, 0, 60, 640, 360);
+  voMTPSetFullScreenFormat(decoder, 1);
+  voMTPRun(decoder);
+  voMTPSendData(decoder, stream.data(), uint32_t(stream.size()), service.audioPid | service.videoPid << 13, 0);
+  for (int wait = 0; wait < 1000 && countMessages(VOMTP_MESSAGE_TIME_STAMP) < 25; ++wait) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  voMTPPause(decoder);
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  const uint64_t shown = countMessages(VOMTP_MESSAGE_TIME_STAMP) - 1;
+  runCommand("ffmpeg -v error -f x11grab -draw_mouse 0 -video_size 800x480 -i " + std::string(std::getenv("DISPLAY")) +
+             " -frames:v 1 -y screen.ppm");
+  runCommand("ffmpeg -v error -i " + ffmpegStreams() + service.file + " -map 0:i:" + std::to_string(service.videoPid) +
+             " -vf \"select=eq(n\\," + std::to_string(shown) + ")\" -frames:v 1 -y shown.ppm");
+  voMTPStop(decoder);
+  voMTPClose(decoder);
+  voMTPUnInit();
+  const std::vector<uint8_t> screen = pixels("screen.ppm"), picture = pixels("shown.ppm");
+  ASSERT_EQ(screen.size(), 800u * 480 * 3);
+  ASSERT_EQ(picture.size(), 320u * 240 * 3);
+  // The picture fills x 80 to 559, y 60 to 419: 480 x 360.
+  for (int y = 0; y < 480; ++y) {
+    for (int x = 0; x < 800; ++x) {
+      if (x < 80 || x >= 560 || y < 60 || y >= 420) {
+        const uint8_t* rgb = &screen[size_t((y * 800 + x) * 3)];
+        ASSERT_TRUE(rgb[0] == 10 && rgb[1] == 10 && rgb[2] == 10) << x << "," << y;
+      }
+    }
+  }
+  const std::vector<double> ours = quarterMeans(screen, 800, 80, 60, 480, 360);
+  const std::vector<double> theirs = quarterMeans(picture, 320, 0, 0, 320, 240);
+  for (size_t index = 0; index < ours.size(); ++index) {
+    EXPECT_NEAR(ours[index], theirs[index], 8) << index;
+  }
+}
+
 size_t threadCount() {
   return size_t(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
@@ -195,6 +258,8 @@ size_t threadCount() {
 // of the decoder is joined, and the handle is gone.
 TEST_F(PlayerTest, StopAndCloseFromAnotherThreadJoinEverything) {
   const size_t before = threadCount();
+  std::filesystem::create_directory("stopped");
+  setenv("VOMTP_PLAYER_HEADLESS", "stopped", 1);
   setenv("VOMTP_PLAYER_PACED", "1", 1);
   voMTPHandle decoder = nullptr;
   voMTPInit(VOMTP_INIT_MEMORY);

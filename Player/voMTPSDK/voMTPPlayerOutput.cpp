@@ -151,10 +151,11 @@ bool Output::openWindow() {
     std::lock_guard lock(mLayoutMutex);
     rect = mDrawRect;
   }
-  // The window stands for the application's: at least the screen the HAL assumes.
+  // The window stands for the application's, at the screen's origin as the HAL places it: at
+  // least the screen the HAL assumes.
   const int width = std::max(800, rect.x + rect.width), height = std::max(480, rect.y + rect.height);
   if (mVideoInit) {
-    mWindow = SDL_CreateWindow("voMTP", SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED, width, height, 0);
+    mWindow = SDL_CreateWindow("voMTP", 0, 0, width, height, 0);
   }
   if (mWindow) {
     mRenderer = SDL_CreateRenderer(mWindow, -1, 0);
