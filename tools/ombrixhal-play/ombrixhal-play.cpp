@@ -1,0 +1,740 @@
+// ombrixhal-play: plays one service of a recording or of a DVB-T channel through the AV player, as
+// a middleware does when it shows a service: finds the services with section filters on the PAT,
+// the PMTs and the SDT, hands the chosen service's PIDs to the AV player, and lets the keys of the
+// terminal change the service, the volume, mute, pause and the aspect ratio while a status line
+// shows what plays. The picture and the sound are the player library's, in its own window. Uses
+// the public C API only.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#if defined(_WIN32)
+#include <conio.h>
+#include <io.h>
+#else
+#include <poll.h>
+#include <termios.h>
+#endif
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "OmbrixHal.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr uint32_t kPacketSize = 188;
+constexpr uint32_t kPatPid = 0x0000;
+constexpr uint32_t kSdtPid = 0x0011;
+constexpr uint8_t kPatTable = 0x00;
+constexpr uint8_t kPmtTable = 0x02;
+constexpr uint8_t kSdtActualTable = 0x42;
+constexpr uint8_t kServiceDescriptor = 0x48;
+constexpr uint32_t kShortestSection = 12;
+constexpr uint32_t kDiscoveryPacketLimit = 200000;
+constexpr auto kLiveTableWait = std::chrono::seconds(5);  // the PAT and PMTs come several times a second
+constexpr uint32_t kPcrUnitsPerSecond = 45000;
+constexpr uint32_t kFallbackRate = 250;  // 2 Mbit/s in the file tuner's units of 1000 bytes a second
+constexpr uint32_t kStartVolume = 80;
+constexpr uint32_t kVolumeStep = 10;
+constexpr auto kKeyWait = std::chrono::milliseconds(100);
+const std::string kLocalPrefix = "//local/";
+
+const char* const kDefaultStream = OMBRIX_HAL_DEFAULT_AV_STREAM;
+const char* const kDefaultChannelPlan = OMBRIX_HAL_DEFAULT_CHANNEL_PLAN;
+constexpr const char* kChannelPlanVariable = "DIB_EMULATOR_CHANNEL_PLAN";
+// Where a player library that can do without a window writes its pictures and sound.
+constexpr const char* kHeadlessVariable = "VOMTP_PLAYER_HEADLESS";
+
+// The aspect ratios the `a` key steps through: the ones the player's full-screen formats show.
+struct Aspect {
+  OmbrixHalVideoOutAspectRatio ratio;
+  const char* name;
+};
+constexpr Aspect kAspects[] = {{OMBRIX_HAL_VIDEO_OUT_ASPECT_RATIO_16_9_FULL_SCREEN, "16:9 full screen"},
+                               {OMBRIX_HAL_VIDEO_OUT_ASPECT_RATIO_16_9_PILLARBOX, "16:9 pillarbox"},
+                               {OMBRIX_HAL_VIDEO_OUT_ASPECT_RATIO_16_9_VERTICAL_CUT, "16:9 vertical cut"}};
+
+uint32_t pidAt(const uint8_t* bytes) {
+  return static_cast<uint32_t>((bytes[0] & 0x1f) << 8 | bytes[1]);
+}
+uint32_t lengthAt(const uint8_t* bytes) {
+  return static_cast<uint32_t>((bytes[0] & 0x0f) << 8 | bytes[1]);
+}
+uint32_t numberAt(const uint8_t* bytes) {
+  return static_cast<uint32_t>(bytes[0] << 8 | bytes[1]);
+}
+
+bool isVideo(uint32_t type) {
+  return type == 0x01 || type == 0x02 || type == 0x1b || type == 0x24;
+}
+bool isAudio(uint32_t type) {
+  return type == 0x03 || type == 0x04 || type == 0x0f || type == 0x11 || type == 0x81;
+}
+
+struct Service {
+  uint32_t number = 0;
+  uint32_t pmtPid = 0;
+  std::string name;
+  OmbrixHalAvPlayerParameter av{};  // the first audio and the first video stream, and the PCR
+  bool described = false;
+};
+
+// What the section filters found; written on the delivery thread until they are closed.
+struct Catalogue {
+  std::vector<Service> services;
+  std::atomic<bool> patSeen{false};
+  std::atomic<bool> sdtSeen{false};
+  std::atomic<size_t> described{0};
+
+  Service* find(uint32_t number) {
+    const auto found = std::find_if(services.begin(), services.end(),
+                                    [number](const Service& service) { return service.number == number; });
+    return found == services.end() ? nullptr : &*found;
+  }
+};
+
+void readPat(Catalogue& catalogue, const uint8_t* section, uint32_t length) {
+  if (section[0] != kPatTable || catalogue.patSeen) {
+    return;
+  }
+  for (uint32_t at = 8; at + 4 + 4 <= length; at += 4) {
+    const uint32_t number = numberAt(section + at);
+    if (number != 0 && catalogue.find(number) == nullptr) {
+      Service service;
+      service.number = number;
+      service.pmtPid = pidAt(section + at + 2);
+      catalogue.services.push_back(service);
+    }
+  }
+  catalogue.patSeen.store(true, std::memory_order_release);
+}
+
+void readPmt(Catalogue& catalogue, const uint8_t* section, uint32_t length) {
+  Service* service = section[0] == kPmtTable ? catalogue.find(numberAt(section + 3)) : nullptr;
+  if (service == nullptr || service->described) {
+    return;
+  }
+  service->av.PcrPid = pidAt(section + 8);
+  for (uint32_t at = 12 + lengthAt(section + 10); at + 5 <= length - 4; at += 5 + lengthAt(section + at + 3)) {
+    const uint32_t type = section[at];
+    uint32_t& pid = isVideo(type) ? service->av.VideoPid : service->av.AudioPid;
+    if ((isVideo(type) || isAudio(type)) && pid == 0) {
+      pid = pidAt(section + at + 1);
+      (isVideo(type) ? service->av.VideoType : service->av.AudioType) = type;
+    }
+  }
+  service->described = true;
+  catalogue.described.fetch_add(1, std::memory_order_release);
+}
+
+// The service names: the service descriptor's name after its provider's.
+void readSdt(Catalogue& catalogue, const uint8_t* section, uint32_t length) {
+  if (section[0] != kSdtActualTable) {
+    return;
+  }
+  for (uint32_t at = 11; at + 5 <= length - 4; at += 5 + lengthAt(section + at + 3)) {
+    Service* service = catalogue.find(numberAt(section + at));
+    const uint32_t end = std::min(at + 5 + lengthAt(section + at + 3), length - 4);
+    for (uint32_t d = at + 5; service != nullptr && d + 2 <= end && d + 2 + section[d + 1] <= end;
+         d += 2 + section[d + 1]) {
+      const uint8_t* body = section + d + 2;
+      const uint32_t size = section[d + 1];
+      // Service type, provider name, service name: each length inside the descriptor.
+      if (section[d] == kServiceDescriptor && 3u + body[1] <= size && 3u + body[1] + body[2 + body[1]] <= size) {
+        service->name.clear();
+        for (uint32_t i = 0; i < body[2 + body[1]]; ++i) {
+          const char character = static_cast<char>(body[3 + body[1] + i]);
+          if (character >= 0x20 && character < 0x7f) {
+            service->name += character;  // a leading character table byte is left out
+          }
+        }
+      }
+    }
+  }
+  catalogue.sdtSeen.store(true, std::memory_order_release);
+}
+
+template <void (*read)(Catalogue&, const uint8_t*, uint32_t)>
+void onSection(OmbrixHalFilterHandle, const uint8_t* aSection, uint32_t aLength, void* aContext) {
+  if (aLength >= kShortestSection) {
+    read(*static_cast<Catalogue*>(aContext), aSection, aLength);
+  }
+}
+
+// The PCRs of one PID against the packets pulled so far, for the rate of a recording.
+struct PcrCount {
+  std::atomic<uint64_t> packets{0};
+  uint32_t first = 0;
+  uint32_t last = 0;
+  uint64_t firstPacket = 0;
+  uint64_t lastPacket = 0;
+  uint32_t count = 0;
+};
+
+void onPcr(OmbrixHalFilterHandle, const uint8_t* aRecord, uint32_t aLength, void* aContext) {
+  auto& pcrs = *static_cast<PcrCount*>(aContext);
+  if (aLength < sizeof pcrs.last) {
+    return;
+  }
+  std::memcpy(&pcrs.last, aRecord, sizeof pcrs.last);
+  pcrs.lastPacket = pcrs.packets.load(std::memory_order_relaxed);
+  if (pcrs.count++ == 0) {
+    pcrs.first = pcrs.last;
+    pcrs.firstPacket = pcrs.lastPacket;
+  }
+}
+
+void printLog(void*, const char* aFunctionName, uint32_t aLogId, uint32_t aSeverity, const char* aText) {
+  static const char* const severities[] = {"?", "error", "warning", "info"};
+  std::fprintf(stderr, "log %-7s 0x%04x %s: %s\n", severities[aSeverity <= 3 ? aSeverity : 0], aLogId, aFunctionName,
+               aText);
+}
+
+// Why the program cannot play; thrown so that filters, player and tuner close on the way out.
+struct Failure {
+  std::string reason;
+};
+
+// Filters closed together; closing one waits for a delivery under way.
+class Filters {
+ public:
+  explicit Filters(OmbrixHalTunerHandle tuner) : tuner_(tuner) {}
+  ~Filters() {
+    for (OmbrixHalFilterHandle filter : filters_) {
+      OmbrixHalFilterClose(filter);
+    }
+  }
+  Filters(const Filters&) = delete;
+  Filters& operator=(const Filters&) = delete;
+
+  void open(OmbrixHalFilterType type, uint32_t pid, OmbrixHalFilterHandler handler, void* context) {
+    OmbrixHalFilterHandle filter = OmbrixHalFilterOpen(tuner_, type, nullptr, handler, context);
+    OmbrixHalFilterParameter parameter{};
+    parameter.pid = pid;
+    parameter.crcCheck = type == OMBRIX_HAL_FILTER_TYPE_SECTION ? 1 : 0;
+    if (filter == nullptr || !OmbrixHalFilterSetParameter(filter, &parameter) || !OmbrixHalFilterStart(filter)) {
+      OmbrixHalFilterClose(filter);
+      char reason[48];
+      std::snprintf(reason, sizeof reason, "cannot filter PID 0x%04x", pid);
+      throw Failure{reason};
+    }
+    filters_.push_back(filter);
+  }
+
+ private:
+  OmbrixHalTunerHandle tuner_;
+  std::vector<OmbrixHalFilterHandle> filters_;
+};
+
+// Until `done`: pulled packet by packet from a recording, or waited for while live reception
+// delivers on its own thread.
+template <typename Done>
+void receiveUntil(OmbrixHalTunerHandle tuner, bool live, Done done) {
+  if (!live) {
+    for (uint32_t n = 0; n < kDiscoveryPacketLimit && !done() && OmbrixHalTunerReceive(tuner, 1); ++n) {
+    }
+    return;
+  }
+  for (const auto deadline = Clock::now() + kLiveTableWait; !done() && Clock::now() < deadline;) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
+// The services with audio or video, in the PAT's order, named from the SDT when it has them.
+std::vector<Service> discover(OmbrixHalTunerHandle tuner, bool live) {
+  Catalogue catalogue;
+  {
+    Filters filters(tuner);
+    filters.open(OMBRIX_HAL_FILTER_TYPE_SECTION, kPatPid, onSection<readPat>, &catalogue);
+    receiveUntil(tuner, live, [&catalogue] { return catalogue.patSeen.load(std::memory_order_acquire); });
+  }
+  if (!catalogue.patSeen) {
+    throw Failure{"no services (no programme association table)"};
+  }
+  {
+    Filters filters(tuner);
+    filters.open(OMBRIX_HAL_FILTER_TYPE_SECTION, kSdtPid, onSection<readSdt>, &catalogue);
+    for (const Service& service : catalogue.services) {
+      filters.open(OMBRIX_HAL_FILTER_TYPE_SECTION, service.pmtPid, onSection<readPmt>, &catalogue);
+    }
+    const size_t total = catalogue.services.size();
+    receiveUntil(tuner, live, [&catalogue, total] {
+      return catalogue.described.load(std::memory_order_acquire) >= total &&
+             catalogue.sdtSeen.load(std::memory_order_acquire);
+    });
+  }
+  std::vector<Service> playable;
+  for (Service& service : catalogue.services) {
+    if (service.av.AudioPid != 0 || service.av.VideoPid != 0) {
+      if (service.name.empty()) {
+        service.name = "service " + std::to_string(service.number);
+      }
+      playable.push_back(service);
+    }
+  }
+  if (playable.empty()) {
+    throw Failure{"no services with audio or video"};
+  }
+  return playable;
+}
+
+// A recording's rate in the file tuner's units of 1000 bytes a second: the packets between the
+// first and the last PCR of `pcrPid` over the time between them, pulled from where discovery
+// stopped to the end or over the discovery limit, so that a variable rate averages out.
+uint32_t measureRate(OmbrixHalTunerHandle tuner, uint32_t pcrPid) {
+  PcrCount pcrs;
+  {
+    Filters filters(tuner);
+    filters.open(OMBRIX_HAL_FILTER_TYPE_PCR, pcrPid, onPcr, &pcrs);
+    for (uint64_t n = 0; n < kDiscoveryPacketLimit && OmbrixHalTunerReceive(tuner, 1);) {
+      pcrs.packets.store(++n, std::memory_order_relaxed);
+    }
+  }
+  const uint32_t units = pcrs.last - pcrs.first;
+  if (pcrs.count < 2 || units == 0) {
+    return kFallbackRate;
+  }
+  const double bytesPerSecond = double(pcrs.lastPacket - pcrs.firstPacket) * kPacketSize * kPcrUnitsPerSecond / units;
+  return std::max(static_cast<uint32_t>(bytesPerSecond / 1000), 1u);
+}
+
+void tuneFile(OmbrixHalTunerHandle tuner, const std::string& file, uint32_t repetitions, uint32_t rate) {
+  const std::string line = "digitalFile: name=\"" + kLocalPrefix + file +
+                           "\", repetitions=" + std::to_string(repetitions) + ", symbolrate=" + std::to_string(rate);
+  if (!OmbrixHalTunerSetParameterByString(tuner, line.c_str())) {
+    throw Failure{"not a transport stream (no packet sync in its first bytes)"};
+  }
+  for (const auto deadline = Clock::now() + std::chrono::seconds(3);
+       OmbrixHalTunerGetStatus(tuner) != OMBRIX_HAL_TUNER_STATUS_LOCKED;) {
+    if (Clock::now() > deadline) {
+      throw Failure{"the tuner does not lock"};
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
+void tuneDvbT(OmbrixHalTunerHandle tuner, const std::string& frequency, uint32_t bandwidthMhz) {
+  const std::string line = "DVB-T: freq=" + frequency + ", bandwidth=" + std::to_string(bandwidthMhz);
+  if (!OmbrixHalTunerSetParameterByString(tuner, line.c_str())) {
+    throw Failure{"not a DVB-T channel (frequencies 50500 to 858000 kHz, bandwidth 6, 7 or 8 MHz)"};
+  }
+  if (OmbrixHalTunerGetStatus(tuner) != OMBRIX_HAL_TUNER_STATUS_LOCKED) {
+    throw Failure{"no reception (NOT LOCKED)"};
+  }
+}
+
+// The AV player with the sound and picture settings a viewer changes; a new service keeps them.
+class Player {
+ public:
+  explicit Player(OmbrixHalTunerHandle tuner) : player_(OmbrixHalAvPlayerOpen(tuner)) {
+    if (player_ == nullptr) {
+      throw Failure{"the AV player does not open"};
+    }
+  }
+  ~Player() {
+    OmbrixHalAvPlayerStop(player_);
+    OmbrixHalAvPlayerClose(player_);
+  }
+  Player(const Player&) = delete;
+  Player& operator=(const Player&) = delete;
+
+  void play(const Service& service) {
+    if (playing_) {
+      OmbrixHalAvPlayerStop(player_);
+    }
+    playing_ = OmbrixHalAvPlayerSetParameter(player_, &service.av) && OmbrixHalAvPlayerPlay(player_);
+    if (!playing_) {
+      throw Failure{"the AV player cannot play service " + std::to_string(service.number)};
+    }
+    paused_ = false;
+    // Each service gets a decoder of its own, which starts at the library's volume.
+    if (OmbrixHalAudioOutIsMute()) {
+      OmbrixHalAudioOutUnmute();
+      OmbrixHalAudioOutMute();
+    } else {
+      OmbrixHalAudioOutSetVolume(volume_);
+    }
+  }
+  void changeVolume(int step) {
+    volume_ = static_cast<uint32_t>(std::clamp(static_cast<int>(volume_) + step, 0, 100));
+    if (OmbrixHalAudioOutIsMute()) {
+      OmbrixHalAudioOutUnmute();
+    }
+    OmbrixHalAudioOutSetVolume(volume_);
+  }
+  void toggleMute() { OmbrixHalAudioOutIsMute() ? OmbrixHalAudioOutUnmute() : OmbrixHalAudioOutMute(); }
+  void togglePause() {
+    if (paused_ ? OmbrixHalAvPlayerRun(player_) : OmbrixHalAvPlayerPause(player_)) {
+      paused_ = !paused_;
+    }
+  }
+  void nextAspect() {
+    aspect_ = (aspect_ + 1) % std::size(kAspects);
+    const OmbrixHalVideoOutDeviceValue pair{OMBRIX_HAL_VIDEO_OUT_DEVICE_SCART_TV, kAspects[aspect_].ratio};
+    OmbrixHalVideoOutSetAspectRatio(&pair, 1);
+  }
+
+  std::string state() {
+    // Muted, the decoder's volume reads 0: the one that unmuting gives back is shown.
+    uint8_t volume = 0;
+    const bool muted = OmbrixHalAudioOutIsMute();
+    std::string text = OmbrixHalAvPlayerIsStreamDecoded(player_) ? "decoded" : "not decoded";
+    text += " | volume " + std::to_string(!muted && OmbrixHalAudioOutGetVolume(&volume) ? volume : volume_);
+    text += muted ? " muted" : "";
+    text += " | " + std::string(kAspects[aspect_].name);
+    return text + (paused_ ? " | paused" : "");
+  }
+
+ private:
+  OmbrixHalAvPlayerHandle player_;
+  bool playing_ = false;
+  bool paused_ = false;
+  uint32_t volume_ = kStartVolume;
+  size_t aspect_ = 0;
+};
+
+volatile std::sig_atomic_t interrupted = 0;
+
+void onInterrupt(int) {
+  interrupted = 1;
+}
+
+// Keys from stdin without waiting for a line end: the terminal in raw mode (its echo off, Ctrl-C
+// still a signal), or the bytes of a pipe, so that a script can press keys too.
+class Keys {
+ public:
+  Keys() : terminal_(isatty(STDIN_FILENO) != 0) {
+#if !defined(_WIN32)
+    if (terminal_ && tcgetattr(STDIN_FILENO, &saved_) == 0) {
+      termios raw = saved_;
+      raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+      raw.c_cc[VMIN] = 1;
+      raw.c_cc[VTIME] = 0;
+      restore_ = tcsetattr(STDIN_FILENO, TCSANOW, &raw) == 0;
+    }
+#endif
+  }
+  ~Keys() {
+#if !defined(_WIN32)
+    if (restore_) {
+      tcsetattr(STDIN_FILENO, TCSANOW, &saved_);
+    }
+#endif
+  }
+  Keys(const Keys&) = delete;
+  Keys& operator=(const Keys&) = delete;
+
+  bool terminal() const { return terminal_; }
+
+  // The next key within `wait`, or 0.
+  char next(std::chrono::milliseconds wait) {
+#if defined(_WIN32)
+    if (terminal_ && _kbhit()) {
+      return static_cast<char>(_getch());
+    }
+#else
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    char key = 0;
+    if (open_ && poll(&input, 1, static_cast<int>(wait.count())) == 1) {
+      open_ = read(STDIN_FILENO, &key, 1) == 1;
+      return key;
+    }
+    if (open_) {
+      return 0;
+    }
+#endif
+    std::this_thread::sleep_for(wait);
+    return 0;
+  }
+
+ private:
+  bool terminal_;
+  bool open_ = true;  // until the end of a pipe
+#if !defined(_WIN32)
+  termios saved_{};
+  bool restore_ = false;
+#endif
+};
+
+// The HAL's console lines (the player's messages among them) would break the status line: while
+// the HAL runs they go to stderr with --log, else nowhere, and the status goes to stdout as it was.
+class ConsoleAside {
+ public:
+  explicit ConsoleAside(bool show) {
+    std::fflush(stdout);
+    status_ = fdopen(dup(STDOUT_FILENO), "w");
+#if defined(_WIN32)
+    const int target = show ? dup(STDERR_FILENO) : open("NUL", O_WRONLY);
+#else
+    const int target = show ? dup(STDERR_FILENO) : open("/dev/null", O_WRONLY);
+#endif
+    dup2(target, STDOUT_FILENO);
+    close(target);
+  }
+  ~ConsoleAside() {
+    std::fflush(stdout);
+    dup2(fileno(status_), STDOUT_FILENO);
+    std::fclose(status_);
+  }
+  ConsoleAside(const ConsoleAside&) = delete;
+  ConsoleAside& operator=(const ConsoleAside&) = delete;
+
+  std::FILE* status() const { return status_; }
+
+ private:
+  std::FILE* status_;
+};
+
+struct Options {
+  std::string file;
+  std::string frequency;  // kHz: a DVB-T channel instead of a recording
+  uint32_t bandwidthMhz = 8;
+  uint32_t service = 1;  // counted from 1 among the services with audio or video
+  uint32_t seconds = 0;  // 0: until the quit key
+  std::string headless;
+  bool log = false;
+};
+
+// The one-line status: rewritten in place on a terminal, a line a second elsewhere.
+class Status {
+ public:
+  Status(std::FILE* out, Clock::time_point start) : out_(out), start_(start), terminal_(isatty(fileno(out)) != 0) {}
+
+  void show(const std::string& text, bool now) {
+    const auto elapsed = Clock::now() - start_;
+    if (!now && elapsed - shown_ < (terminal_ ? std::chrono::milliseconds(250) : std::chrono::seconds(1))) {
+      return;
+    }
+    shown_ = elapsed;
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
+    std::fprintf(out_, terminal_ ? "\r%s | %02lld:%02lld\033[K" : "%s | %02lld:%02lld\n", text.c_str(),
+                 static_cast<long long>(seconds / 60), static_cast<long long>(seconds % 60));
+    std::fflush(out_);
+  }
+  void end() {
+    if (terminal_) {
+      std::fputc('\n', out_);
+    }
+  }
+
+ private:
+  std::FILE* out_;
+  Clock::time_point start_;
+  bool terminal_;
+  Clock::duration shown_ = -std::chrono::hours(1);
+};
+
+// Plays until the quit key, a signal, or the seconds asked for.
+void run(OmbrixHalTunerHandle tuner, const std::vector<Service>& services, const Options& options, std::FILE* out) {
+  Player player(tuner);
+  size_t current = options.service - 1;
+  player.play(services[current]);
+  Keys keys;
+  if (keys.terminal()) {
+    std::fprintf(out, "keys: n/p next/previous service, +/- volume, m mute, space pause, a aspect ratio, q quit\n");
+  }
+  const auto start = Clock::now();
+  const auto end = start + std::chrono::seconds(options.seconds);
+  Status status(out, start);
+  bool changed = true;
+  while (!interrupted && (options.seconds == 0 || Clock::now() < end)) {
+    const Service& service = services[current];
+    status.show("Service " + std::to_string(current + 1) + "/" + std::to_string(services.size()) + " \"" +
+                    service.name + "\" (" + std::to_string(service.number) + ") | " + player.state(),
+                changed);
+    changed = true;
+    switch (keys.next(kKeyWait)) {
+      case 'q': interrupted = 1; break;
+      case 'n': player.play(services[current = (current + 1) % services.size()]); break;
+      case 'p': player.play(services[current = (current + services.size() - 1) % services.size()]); break;
+      case '+': case '=': player.changeVolume(kVolumeStep); break;
+      case '-': player.changeVolume(-static_cast<int>(kVolumeStep)); break;
+      case 'm': player.toggleMute(); break;
+      case ' ': player.togglePause(); break;
+      case 'a': player.nextAspect(); break;
+      default: changed = false;
+    }
+  }
+  status.end();
+}
+
+void play(const Options& options, std::FILE* out) {
+  const bool live = !options.frequency.empty();
+  OmbrixHalTunerHandle tuner = OmbrixHalTunerOpen(live ? "DVB-T" : "digitalFile");
+  if (tuner == nullptr) {
+    throw Failure{live ? "the HAL has no DVB-T tuner (is the receiver driver there?)" : "the HAL has no file tuner"};
+  }
+  try {
+    live ? tuneDvbT(tuner, options.frequency, options.bandwidthMhz) : tuneFile(tuner, options.file, 1, 0);
+    const std::vector<Service> services = discover(tuner, live);
+    if (options.service > services.size()) {
+      throw Failure{"no service " + std::to_string(options.service) + " (" + std::to_string(services.size()) +
+                    " services)"};
+    }
+    if (!live) {
+      // Paced at the recording's own rate, over and over, as a broadcast would come.
+      tuneFile(tuner, options.file, 0, measureRate(tuner, services[options.service - 1].av.PcrPid));
+    }
+    run(tuner, services, options, out);
+  } catch (const Failure&) {
+    OmbrixHalTunerClose(tuner);
+    throw;
+  }
+  OmbrixHalTunerClose(tuner);
+}
+
+[[noreturn]] void usage(int status) {
+  std::fprintf(status == 0 ? stdout : stderr,
+               "usage: ombrixhal-play [--service N] [--seconds N] [--headless DIR] [--log] [FILE]\n"
+               "       ombrixhal-play [--service N] [--seconds N] [--headless DIR] [--log] --dvbt FREQ [--bandwidth MHZ]\n"
+               "  FILE        a transport stream, played at its rate in a loop (default: %s)\n"
+               "  --dvbt      the DVB-T channel at FREQ kHz (bandwidth 8 MHz unless given); with the\n"
+               "              receiver emulator, %s names its channel plan (default: %s)\n"
+               "  --service   the Nth service with audio or video (default 1)\n"
+               "  --seconds   end after N seconds (default: at the quit key)\n"
+               "  --headless  no window: the player library writes pictures and sound into DIR\n"
+               "  --log       the HAL's log and console lines on stderr\n"
+               "keys: n/p next/previous service, +/- volume, m mute, space pause, a aspect ratio, q quit\n",
+               kDefaultStream, kChannelPlanVariable, kDefaultChannelPlan);
+  std::exit(status);
+}
+
+uint32_t positive(const char* text) {
+  char* end = nullptr;
+  const long value = std::strtol(text, &end, 10);
+  if (*text == '\0' || *end != '\0' || value < 1 || value > 1000000) {
+    usage(2);
+  }
+  return static_cast<uint32_t>(value);
+}
+
+Options parse(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    const bool valued = argument == "--dvbt" || argument == "--bandwidth" || argument == "--service" ||
+                        argument == "--seconds" || argument == "--headless";
+    if (valued && i + 1 < argc) {
+      const char* value = argv[++i];
+      if (argument == "--dvbt") {
+        options.frequency = value;
+      } else if (argument == "--headless") {
+        options.headless = value;
+      } else {
+        (argument == "--bandwidth" ? options.bandwidthMhz : argument == "--service" ? options.service : options.seconds) =
+            positive(value);
+      }
+    } else if (argument == "--log") {
+      options.log = true;
+    } else if (argument == "--help" || argument == "-h") {
+      usage(0);
+    } else if (valued || (argument.size() > 1 && argument[0] == '-')) {
+      usage(2);
+    } else {
+      options.file = argument;
+    }
+  }
+  if (options.file.empty()) {
+    options.file = kDefaultStream;
+  }
+  return options;
+}
+
+// A missing or unreadable file, a directory, one too short for packets: the reason, else empty.
+std::string checkFile(const std::string& file) {
+  struct stat status {};
+  if (stat(file.c_str(), &status) != 0) {
+    return std::strerror(errno);
+  }
+  if (!S_ISREG(status.st_mode)) {
+    return "not a regular file";
+  }
+  if (std::FILE* opened = std::fopen(file.c_str(), "rb"); opened != nullptr) {
+    std::fclose(opened);
+  } else {
+    return std::strerror(errno);
+  }
+  if (file.find('"') != std::string::npos) {
+    return "the file tuner cannot take a path with a double quote";
+  }
+  if (status.st_size < static_cast<decltype(status.st_size)>(2 * kPacketSize)) {
+    return "too short for a transport stream (" + std::to_string(status.st_size) + " bytes)";
+  }
+  return {};
+}
+
+void setEnvironment(const char* name, const char* value) {
+#if defined(_WIN32)
+  _putenv_s(name, value);
+#else
+  setenv(name, value, 1);
+#endif
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const Options options = parse(argc, argv);
+  const bool live = !options.frequency.empty();
+  const std::string name = live ? "DVB-T " + options.frequency + " kHz" : options.file;
+  std::string failure = live ? std::string{} : checkFile(options.file);
+  std::error_code error;
+  if (failure.empty() && !options.headless.empty() && !std::filesystem::is_directory(options.headless) &&
+      !std::filesystem::create_directories(options.headless, error)) {
+    failure = "cannot make the headless directory " + options.headless + ": " + error.message();
+  }
+  if (!failure.empty()) {
+    std::fprintf(stderr, "ombrixhal-play: %s: %s\n", name.c_str(), failure.c_str());
+    return 1;
+  }
+  // Read by the player library when the HAL starts it.
+  if (!options.headless.empty()) {
+    setEnvironment(kHeadlessVariable, options.headless.c_str());
+  }
+  if (live && std::getenv(kChannelPlanVariable) == nullptr) {
+    setEnvironment(kChannelPlanVariable, kDefaultChannelPlan);
+  }
+  if (options.log) {
+    OmbrixHalSetLogHandler(printLog, nullptr);
+    OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_ERROR);
+    OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_WARNING);
+    OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_INFO);
+  }
+  std::signal(SIGINT, onInterrupt);
+  std::signal(SIGTERM, onInterrupt);
+  {
+    const ConsoleAside console(options.log);
+    // The application's window record: none, the window is the player library's own. The
+    // checking allocator: leaks show in --log.
+    static const uintptr_t videoWindow[1] = {0};
+    OmbrixHalInitParameter parameter = {1, reinterpret_cast<uintptr_t>(videoWindow)};
+    try {
+      if (!OmbrixHalInit(&parameter)) {
+        failure = "the HAL did not start";
+      } else {
+        play(options, console.status());
+      }
+    } catch (const Failure& caught) {
+      failure = caught.reason;
+    }
+    OmbrixHalDone();
+  }
+  OmbrixHalSetLogHandler(nullptr, nullptr);
+  if (!failure.empty()) {
+    std::fprintf(stderr, "ombrixhal-play: %s: %s\n", name.c_str(), failure.c_str());
+    return 1;
+  }
+  return 0;
+}
