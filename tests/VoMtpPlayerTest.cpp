@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "OmbrixHalFfmpegProbe.h"
-#include "voMTPSDK.h"
+#include "voMTPPlayer.h"
 
 namespace ombrixhal::test {
 namespace {
@@ -247,6 +247,31 @@ TEST_F(PlayerTest, WindowShowsThePicturePillarboxedInTheDrawRectangle) {
   const std::vector<double> theirs = quarterMeans(picture, 320, 0, 0, 320, 240);
   for (size_t index = 0; index < ours.size(); ++index) {
     EXPECT_NEAR(ours[index], theirs[index], 8) << index;
+  }
+}
+
+// A 4:3 picture in a 16:9 area and a 16:9 picture in a 4:3 area, by each full-screen format:
+// where it goes and which part of it shows (x, y, width, height, in hundredths).
+TEST(PlacePicture, FitsCropsOrStretches) {
+  using vomtpplayer::FullScreen;
+  const struct {
+    double aspect;
+    vomtpplayer::Rect area;
+    FullScreen format;
+    vomtpplayer::Rect placed, shown;
+  } cases[] = {
+      {4.0 / 3, {0, 60, 640, 360}, FullScreen::Fit, {80, 60, 480, 360}, {0, 0, 100, 100}},
+      {16.0 / 9, {10, 0, 400, 300}, FullScreen::Fit, {10, 37, 400, 225}, {0, 0, 100, 100}},
+      {16.0 / 9, {0, 0, 400, 300}, FullScreen::Crop, {0, 0, 400, 300}, {12, 0, 75, 100}},
+      {4.0 / 3, {0, 0, 640, 360}, FullScreen::Crop, {0, 0, 640, 360}, {0, 12, 100, 75}},
+      {4.0 / 3, {0, 60, 640, 360}, FullScreen::Stretch, {0, 60, 640, 360}, {0, 0, 100, 100}},
+  };
+  for (const auto& entry : cases) {
+    double shown[4];
+    EXPECT_EQ(vomtpplayer::placePicture(entry.area, entry.aspect, entry.format, shown), entry.placed);
+    EXPECT_EQ((vomtpplayer::Rect{int32_t(shown[0] * 100), int32_t(shown[1] * 100), int32_t(shown[2] * 100),
+                                 int32_t(shown[3] * 100)}),
+              entry.shown);
   }
 }
 
