@@ -18,10 +18,8 @@ namespace ombrixhal::test {
 namespace {
 
 struct Service {
-  const char* name;
-  const char* file;
-  uint32_t audioPid, videoPid;
-  uint32_t width, height;
+  const char *name, *file;
+  uint32_t audioPid, videoPid, width, height;
 };
 
 const Service kServices[] = {
@@ -33,10 +31,7 @@ const Service kServices[] = {
     {"VideoPidMissing", "mpeg2.ts", 0x101, 0x1FF0, 0, 0},
 };
 
-struct Message {
-  int32_t type;
-  uint32_t words[5];
-};
+struct Message { int32_t type; uint32_t words[5]; };
 std::mutex messagesMutex;
 std::vector<Message> messages;
 
@@ -55,8 +50,7 @@ class PlayerTest : public testing::Test {
  protected:
   void SetUp() override { messages.clear(); }
   // Plays the service headless into a directory of its own, with the library's calls in the
-  // HAL's order, the data in the chunks that the HAL stages.
-  // The output directory.
+  // HAL's order, the data in the chunks that the HAL stages; the output directory.
   std::string play(const Service& aService, const std::string& aEvery = "1", uint32_t aVolume = 100,
                    const std::function<void()>& aBeforeStop = [] {}) {
     std::string directory = testing::UnitTest::GetInstance()->current_test_info()->name();
@@ -144,10 +138,7 @@ TEST_F(PlayerTest, PicturesMatchFfmpegDecode) {
 
 // The volume scales the samples (0 is silence) and reads back as set, clamped to 100.
 TEST_F(PlayerTest, VolumeScalesSamples) {
-  const struct {
-    uint32_t set, readBack;
-    bool silent;
-  } cases[] = {{0, 0, true}, {37, 37, false}, {150, 100, false}};
+  const struct { uint32_t set, readBack; bool silent; } cases[] = {{0, 0, true}, {37, 37, false}, {150, 100, false}};
   for (const auto& entry : cases) {
     const std::vector<uint8_t> wav = readBinary(play(kServices[0], "1000", entry.set) + "/audio.wav");
     ASSERT_GT(wav.size(), 44u);
