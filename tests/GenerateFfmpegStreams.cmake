@@ -1,6 +1,7 @@
 # Muxes the transport streams that the demultiplexer is cross-checked against, from FFmpeg's own
-# test sources (one named in UTF-8, as FFmpeg writes a non-ASCII name), and writes beside each what FFmpeg reports of it: the program and stream table
-# (ffprobe, flat format), its packets, and each elementary stream as FFmpeg's stream copy gives it.
+# test sources (one named in UTF-8, as FFmpeg writes a non-ASCII name), and writes beside each
+# what FFmpeg reports of it: the program and stream table (ffprobe, flat format), its packets, and
+# each elementary stream as FFmpeg's stream copy gives it.
 # -DFFMPEG=... -DFFPROBE=... -DOUT_DIR=...
 file(MAKE_DIRECTORY ${OUT_DIR})
 
@@ -31,3 +32,10 @@ endfunction()
 
 mux(mpeg2 "Radio Zwei Café" "Ombrix Bühne" -c:v mpeg2video -b:v 2M -c:a mp2)
 mux(h264 Ombrix-h264 Ombrix -c:v libx264 -preset veryfast -c:a aac)
+
+# Two services in one multiplex (PIDs 0x100 to 0x103 in input order), for playing one of them.
+run(${FFMPEG} -hide_banner -loglevel error -y
+    -f lavfi -i testsrc=size=352x288:rate=25 -f lavfi -i sine=frequency=1000:sample_rate=48000
+    -f lavfi -i testsrc2=size=320x240:rate=25 -f lavfi -i sine=frequency=440:sample_rate=44100 -t 4
+    -map 0 -map 1 -map 2 -map 3 -c:v mpeg2video -b:v 2M -c:a mp2
+    -program title=One:st=0:st=1 -program title=Two:st=2:st=3 -f mpegts ${OUT_DIR}/two-services.ts)

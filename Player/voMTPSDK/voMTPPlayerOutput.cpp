@@ -1,0 +1,308 @@
+// The outputs of a decoder. The window is created, drawn and destroyed on the video thread and
+// the audio device is fed from the audio thread; SDL's subsystems are started under one lock.
+#include "voMTPPlayerOutput.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+namespace vomtpplayer {
+
+namespace {
+constexpr uint8_t kBackground = 10;  // RGB(10,10,10) around the picture
+constexpr int kQueuedAudioMs = 200;  // what the audio device is given ahead
+
+std::mutex& sdlMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+bool startSdl(uint32_t aSubsystem) {
+  std::lock_guard lock(sdlMutex());
+  return SDL_InitSubSystem(aSubsystem) == 0;
+}
+
+void stopSdl(uint32_t aSubsystem) {
+  std::lock_guard lock(sdlMutex());
+  SDL_QuitSubSystem(aSubsystem);
+}
+
+void putLittle(std::FILE* aFile, uint32_t aValue, int aBytes) {
+  for (int index = 0; index < aBytes; ++index) {
+    std::fputc(int((aValue >> (8 * index)) & 0xFF), aFile);
+  }
+}
+
+void wavHeader(std::FILE* aFile, uint64_t aDataBytes, int aChannels, int aRate) {
+  const uint32_t data = uint32_t(std::min<uint64_t>(aDataBytes, 0xFFFFFFFFu - 36));
+  std::fputs("RIFF", aFile);
+  putLittle(aFile, 36 + data, 4);
+  std::fputs("WAVEfmt ", aFile);
+  putLittle(aFile, 16, 4);
+  putLittle(aFile, 1, 2);  // PCM
+  putLittle(aFile, uint32_t(aChannels), 2);
+  putLittle(aFile, uint32_t(aRate), 4);
+  putLittle(aFile, uint32_t(aRate * aChannels * 2), 4);
+  putLittle(aFile, uint32_t(aChannels * 2), 2);
+  putLittle(aFile, 16, 2);
+  std::fputs("data", aFile);
+  putLittle(aFile, data, 4);
+}
+}  // namespace
+
+Output::Output(Player& aPlayer, const Settings& aSettings) : mPlayer(aPlayer), mSettings(aSettings) {
+  if (!mSettings.timelinePath.empty()) {
+    mTimeline = std::fopen(mSettings.timelinePath.c_str(), "w");
+  }
+}
+
+Output::~Output() {
+  finish();
+  closeWindow();
+  sws_freeContext(mScaler);
+  if (mAudioDevice) {
+    SDL_CloseAudioDevice(mAudioDevice);
+  }
+  if (mAudioInit) {
+    stopSdl(SDL_INIT_AUDIO);
+  }
+}
+
+void Output::closeWindow() {
+  if (mTexture) {
+    SDL_DestroyTexture(mTexture);
+    mTexture = nullptr;
+  }
+  if (mRenderer) {
+    SDL_DestroyRenderer(mRenderer);
+    mRenderer = nullptr;
+  }
+  if (mWindow) {
+    SDL_DestroyWindow(mWindow);
+    mWindow = nullptr;
+  }
+  if (mVideoInit) {
+    stopSdl(SDL_INIT_VIDEO);
+    mVideoInit = false;
+  }
+}
+
+void Output::setDrawRect(const Rect& aRect) {
+  std::lock_guard lock(mLayoutMutex);
+  mDrawRect = aRect;
+}
+
+void Output::setFullScreen(FullScreen aFormat) {
+  std::lock_guard lock(mLayoutMutex);
+  mFullScreen = aFormat;
+}
+
+void Output::picture(const AVFrame& aFrame, uint32_t aIndex) {
+  if (!mSettings.headless) {
+    draw(aFrame);
+  } else if (!mSettings.headlessDirectory.empty() && aIndex % mSettings.frameEvery == 0) {
+    writeImage(aFrame, aIndex);
+  }
+}
+
+void Output::timeline(uint32_t aIndex, int64_t aFrameMs, int64_t aPresentedMs) {
+  if (mTimeline) {
+    const int64_t audio = mPlayer.clock().audioClock();
+    std::fprintf(mTimeline, "frame %u time %lld presented %lld audio %lld\n", aIndex, (long long)aFrameMs,
+                 (long long)aPresentedMs, (long long)(audio == kNoTime ? -1 : audio));
+  }
+}
+
+void Output::writeImage(const AVFrame& aFrame, uint32_t aIndex) {
+  mScaler = sws_getCachedContext(mScaler, aFrame.width, aFrame.height, AVPixelFormat(aFrame.format), aFrame.width,
+                                 aFrame.height, AV_PIX_FMT_RGB24, SWS_BICUBIC, nullptr, nullptr, nullptr);
+  if (!mScaler) {
+    mPlayer.reportOnce("rgb", "no conversion of this picture format to RGB");
+    return;
+  }
+  const int stride = aFrame.width * 3;
+  mRgb.resize(size_t(stride) * size_t(aFrame.height));
+  uint8_t* planes[4] = {mRgb.data(), nullptr, nullptr, nullptr};
+  int strides[4] = {stride, 0, 0, 0};
+  sws_scale(mScaler, aFrame.data, aFrame.linesize, 0, aFrame.height, planes, strides);
+  char name[32];
+  std::snprintf(name, sizeof name, "/frame-%06u.ppm", aIndex);
+  std::FILE* file = std::fopen((mSettings.headlessDirectory + name).c_str(), "wb");
+  if (!file) {
+    mPlayer.reportOnce("ppm", "cannot write pictures into " + mSettings.headlessDirectory);
+    return;
+  }
+  std::fprintf(file, "P6\n%d %d\n255\n", aFrame.width, aFrame.height);
+  std::fwrite(mRgb.data(), 1, mRgb.size(), file);
+  std::fclose(file);
+}
+
+bool Output::openWindow() {
+  if (mWindow || mWindowFailed) {
+    return mWindow != nullptr;
+  }
+  mVideoInit = startSdl(SDL_INIT_VIDEO);
+  Rect rect;
+  {
+    std::lock_guard lock(mLayoutMutex);
+    rect = mDrawRect;
+  }
+  // The window stands for the application's, at the screen's origin as the HAL places it: at
+  // least the screen the HAL assumes.
+  const int width = std::max(800, rect.x + rect.width), height = std::max(480, rect.y + rect.height);
+  if (mVideoInit) {
+    mWindow = SDL_CreateWindow("voMTP", 0, 0, width, height, 0);
+  }
+  if (mWindow) {
+    mRenderer = SDL_CreateRenderer(mWindow, -1, 0);
+  }
+  if (!mRenderer) {
+    mPlayer.reportOnce("window", std::string("no window, playing without pictures: ") + SDL_GetError());
+    mWindowFailed = true;
+    return false;
+  }
+  return true;
+}
+
+void Output::draw(const AVFrame& aFrame) {
+  if (!openWindow()) {
+    return;
+  }
+  SDL_PumpEvents();
+  if (!mTexture || mTextureWidth != aFrame.width || mTextureHeight != aFrame.height) {
+    if (mTexture) {
+      SDL_DestroyTexture(mTexture);
+    }
+    mTexture = SDL_CreateTexture(mRenderer, SDL_PIXELFORMAT_IYUV, SDL_TEXTUREACCESS_STREAMING, aFrame.width,
+                                 aFrame.height);
+    mTextureWidth = aFrame.width;
+    mTextureHeight = aFrame.height;
+  }
+  if (!mTexture) {
+    return;
+  }
+  if (aFrame.format == AV_PIX_FMT_YUV420P) {
+    SDL_UpdateYUVTexture(mTexture, nullptr, aFrame.data[0], aFrame.linesize[0], aFrame.data[1], aFrame.linesize[1],
+                         aFrame.data[2], aFrame.linesize[2]);
+  } else {
+    mScaler = sws_getCachedContext(mScaler, aFrame.width, aFrame.height, AVPixelFormat(aFrame.format), aFrame.width,
+                                   aFrame.height, AV_PIX_FMT_YUV420P, SWS_BICUBIC, nullptr, nullptr, nullptr);
+    const size_t luma = size_t(aFrame.width) * size_t(aFrame.height);
+    const int chromaWidth = (aFrame.width + 1) / 2;
+    mRgb.resize(luma + 2 * size_t(chromaWidth) * size_t((aFrame.height + 1) / 2));
+    uint8_t* planes[4] = {mRgb.data(), mRgb.data() + luma,
+                          mRgb.data() + luma + size_t(chromaWidth) * size_t((aFrame.height + 1) / 2), nullptr};
+    int strides[4] = {aFrame.width, chromaWidth, chromaWidth, 0};
+    if (!mScaler) {
+      return;
+    }
+    sws_scale(mScaler, aFrame.data, aFrame.linesize, 0, aFrame.height, planes, strides);
+    SDL_UpdateYUVTexture(mTexture, nullptr, planes[0], strides[0], planes[1], strides[1], planes[2], strides[2]);
+  }
+  Rect area;
+  FullScreen format;
+  {
+    std::lock_guard lock(mLayoutMutex);
+    area = mDrawRect;
+    format = mFullScreen;
+  }
+  if (area.width <= 0 || area.height <= 0) {
+    SDL_GetRendererOutputSize(mRenderer, &area.width, &area.height);
+  }
+  const AVRational sar = aFrame.sample_aspect_ratio;
+  const double aspect = double(aFrame.width) * (sar.num > 0 ? double(sar.num) / sar.den : 1.0) / aFrame.height;
+  double source[4];
+  const Rect placed = placePicture(area, aspect, format, source);
+  const SDL_Rect from = {int(source[0] * aFrame.width), int(source[1] * aFrame.height),
+                         int(source[2] * aFrame.width), int(source[3] * aFrame.height)};
+  const SDL_Rect to = {placed.x, placed.y, placed.width, placed.height};
+  SDL_SetRenderDrawColor(mRenderer, kBackground, kBackground, kBackground, 255);
+  SDL_RenderClear(mRenderer);
+  SDL_RenderCopy(mRenderer, mTexture, &from, &to);
+  SDL_RenderPresent(mRenderer);
+}
+
+void Output::samples(const int16_t* aSamples, int aFrames, int aChannels, int aRate, int64_t aPtsMs) {
+  const uint32_t bytes = uint32_t(aFrames * aChannels) * 2;
+  if (mSettings.headless && !mSettings.headlessDirectory.empty()) {
+    if (mWav && (mWavChannels != aChannels || mWavRate != aRate)) {
+      mPlayer.reportOnce("wavformat", "the audio format changed: the WAV file keeps the first");
+      return;
+    }
+    if (!mWav) {
+      mWav = std::fopen((mSettings.headlessDirectory + "/audio.wav").c_str(), "wb");
+      if (!mWav) {
+        mPlayer.reportOnce("wav", "cannot write audio into " + mSettings.headlessDirectory);
+        return;
+      }
+      mWavChannels = aChannels;
+      mWavRate = aRate;
+      wavHeader(mWav, 0, aChannels, aRate);
+    }
+    std::fwrite(aSamples, 1, bytes, mWav);
+    mWavBytes += bytes;
+    return;
+  }
+  if (!mAudioDevice || mAudioChannels != aChannels || mAudioRate != aRate) {
+    if (mAudioFailed) {
+      return;
+    }
+    if (mAudioDevice) {
+      SDL_CloseAudioDevice(mAudioDevice.exchange(0));
+    }
+    if (!mAudioInit) {
+      mAudioInit = startSdl(SDL_INIT_AUDIO);
+    }
+    SDL_AudioSpec wanted{};
+    wanted.freq = aRate;
+    wanted.format = AUDIO_S16SYS;
+    wanted.channels = uint8_t(aChannels);
+    wanted.samples = 1024;
+    mAudioDevice = mAudioInit ? SDL_OpenAudioDevice(nullptr, 0, &wanted, nullptr, 0) : 0;
+    if (!mAudioDevice) {
+      mPlayer.reportOnce("audio", std::string("no audio device, playing without sound: ") + SDL_GetError());
+      mAudioFailed = true;
+      return;
+    }
+    mAudioChannels = aChannels;
+    mAudioRate = aRate;
+    SDL_PauseAudioDevice(mAudioDevice, 0);
+  }
+  SDL_QueueAudio(mAudioDevice, aSamples, bytes);
+  const int64_t bytesPerSecond = int64_t(aRate) * aChannels * 2;
+  const int64_t endMs = aPtsMs + int64_t(aFrames) * 1000 / aRate;
+  for (;;) {
+    const int64_t queuedMs = int64_t(SDL_GetQueuedAudioSize(mAudioDevice)) * 1000 / bytesPerSecond;
+    mPlayer.clock().audio(endMs - queuedMs);
+    if (queuedMs <= kQueuedAudioMs || mPlayer.aborted() || !mPlayer.waitRunning()) {
+      return;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
+void Output::pauseAudio(bool aPaused) {
+  if (mAudioDevice) {
+    SDL_PauseAudioDevice(mAudioDevice, aPaused ? 1 : 0);
+  }
+}
+
+void Output::finish() {
+  if (mTimeline) {
+    std::fclose(mTimeline);
+    mTimeline = nullptr;
+  }
+  if (!mWav) {
+    return;
+  }
+  std::fseek(mWav, 0, SEEK_SET);
+  wavHeader(mWav, mWavBytes, mWavChannels, mWavRate);
+  std::fclose(mWav);
+  mWav = nullptr;
+}
+
+}  // namespace vomtpplayer

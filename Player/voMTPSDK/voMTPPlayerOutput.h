@@ -1,0 +1,70 @@
+// Where a decoder's pictures and samples go: an SDL window and SDL audio, or, headless, image files
+// (PPM) and a WAV file; and the timeline of presented frames.
+#ifndef VO_MTP_PLAYER_OUTPUT_H
+#define VO_MTP_PLAYER_OUTPUT_H
+
+extern "C" {
+#include <libavutil/frame.h>
+#include <libswscale/swscale.h>
+}
+#include <SDL.h>
+
+#include "voMTPPlayer.h"
+
+namespace vomtpplayer {
+
+class Output {
+ public:
+  Output(Player& aPlayer, const Settings& aSettings);
+  ~Output();
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
+  // On the video thread: shows or writes the aIndex-th presented picture.
+  void picture(const AVFrame& aFrame, uint32_t aIndex);
+  void timeline(uint32_t aIndex, int64_t aFrameMs, int64_t aPresentedMs);
+  // On the audio thread: interleaved 16-bit samples from aPtsMs on. With an audio device, waits
+  // while more than a moment is queued and moves the clock on.
+  void samples(const int16_t* aSamples, int aFrames, int aChannels, int aRate, int64_t aPtsMs);
+  // True while audio goes, or may still go, to a device that keeps the clock.
+  bool audioPaces() const { return !(mSettings.headless && !mSettings.headlessDirectory.empty()) && !mAudioFailed; }
+  void pauseAudio(bool aPaused);
+  // On the video thread, when it ends: the window goes with the thread that made it.
+  void closeWindow();
+  // After the threads ended: completes the files.
+  void finish();
+
+  void setDrawRect(const Rect& aRect);
+  void setFullScreen(FullScreen aFormat);
+
+ private:
+  bool openWindow();
+  void draw(const AVFrame& aFrame);
+  void writeImage(const AVFrame& aFrame, uint32_t aIndex);
+
+  Player& mPlayer;
+  const Settings& mSettings;
+  std::mutex mLayoutMutex;
+  Rect mDrawRect;
+  FullScreen mFullScreen = FullScreen::Stretch;
+
+  SwsContext* mScaler = nullptr;
+  std::vector<uint8_t> mRgb;
+  std::FILE* mTimeline = nullptr;
+  std::FILE* mWav = nullptr;
+  uint64_t mWavBytes = 0;
+  int mWavChannels = 0, mWavRate = 0;
+
+  bool mVideoInit = false, mWindowFailed = false, mAudioInit = false;
+  std::atomic<bool> mAudioFailed{false};
+  SDL_Window* mWindow = nullptr;
+  SDL_Renderer* mRenderer = nullptr;
+  SDL_Texture* mTexture = nullptr;
+  int mTextureWidth = 0, mTextureHeight = 0;
+  std::atomic<SDL_AudioDeviceID> mAudioDevice{0};  // paused and resumed from the control thread
+  int mAudioChannels = 0, mAudioRate = 0;
+};
+
+}  // namespace vomtpplayer
+
+#endif

@@ -1,0 +1,59 @@
+// The AV player over the host's player library (CTest puts its directory on the library search
+// path): a "digitalFile" tuner plays FFmpeg's streams through the AV player into the library,
+// headless, and what it presents and decodes is FFmpeg's decode of the service's PIDs.
+#include <filesystem>
+#include <numeric>
+
+#include "OmbrixHalFfmpegProbe.h"
+#include "OmbrixHalFileTunerFixture.h"
+
+namespace ombrixhal::test {
+namespace {
+
+struct Case {
+  const char* name;
+  const char* file;
+  OmbrixHalAvPlayerParameter service;
+};
+
+const Case kCases[] = {
+    {"Mpeg2Mp2", "mpeg2.ts", {0x101, 3, 0x100, 2, 0x100}},
+    {"H264Aac", "h264.ts", {0x101, 3, 0x100, 2, 0x100}},
+    {"SecondOfTwoServices", "two-services.ts", {0x103, 3, 0x102, 2, 0x102}},
+};
+
+class AvPlayerPlaybackTest : public FileTunerTest, public testing::WithParamInterface<Case> {};
+
+TEST_P(AvPlayerPlaybackTest, PlaysTheServiceAsFfmpegDecodesIt) {
+  const Case& entry = GetParam();
+  const std::string directory = path + ".out";
+  std::filesystem::remove_all(directory);
+  std::filesystem::create_directory(directory);
+  setenv("VOMTP_PLAYER_HEADLESS", directory.c_str(), 1);
+  setenv("VOMTP_PLAYER_FRAME_EVERY", "1000", 1);
+  // The AV player stages a recording in 48128-byte sends: null packets behind the stream push
+  // the last of it out.
+  Bytes stream = readBinary(ffmpegStreams() + entry.file);
+  for (int packet = 0; packet < 48128 / 188 + 1; ++packet) {
+    const Bytes null = {0x47, 0x1F, 0xFF, 0x10};
+    stream.insert(stream.end(), null.begin(), null.end());
+    stream.insert(stream.end(), 184, 0xFF);
+  }
+  load(stream);
+  OmbrixHalAvPlayerHandle player = OmbrixHalAvPlayerOpen(tuner);
+  ASSERT_EQ(OmbrixHalAvPlayerSetParameter(player, &entry.service) + OmbrixHalAvPlayerPlay(player), 2);
+  ASSERT_EQ(OmbrixHalTunerReceive(tuner, uint32_t(stream.size() / kTsPacketSize)), 1);
+  OmbrixHalAvPlayerStop(player);
+  OmbrixHalAvPlayerClose(player);
+
+  const HeadlessOutput played = readHeadless(directory);
+  const std::vector<uint64_t> audio = probeFrames(entry.file, entry.service.AudioPid, "nb_samples");
+  EXPECT_EQ(played.pictures, probeFrames(entry.file, entry.service.VideoPid, "pkt_size").size());
+  EXPECT_EQ(played.samples, std::accumulate(audio.begin(), audio.end(), uint64_t(0)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, AvPlayerPlaybackTest, testing::ValuesIn(kCases),
+                         [](const auto& aInfo) { return std::string(aInfo.param.name); });
+
+}  // namespace
+}  // namespace ombrixhal::test

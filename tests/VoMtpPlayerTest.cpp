@@ -1,0 +1,305 @@
+// The host's player library through its own calls, headless, on the streams that FFmpeg muxes:
+// what it presents and decodes must be what FFmpeg decodes of the same PIDs, picture for picture.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <filesystem>
+#include <functional>
+#include <mutex>
+#include <numeric>
+#include <thread>
+
+#include "OmbrixHalFfmpegProbe.h"
+#include "voMTPPlayer.h"
+
+namespace ombrixhal::test {
+namespace {
+
+struct Service {
+  const char *name, *file;
+  uint32_t audioPid, videoPid, width, height;
+};
+
+const Service kServices[] = {
+    {"Mpeg2Mp2", "mpeg2.ts", 0x101, 0x100, 352, 288},
+    {"H264Aac", "h264.ts", 0x101, 0x100, 352, 288},
+    {"SecondOfTwoServices", "two-services.ts", 0x103, 0x102, 320, 240},
+    {"VideoOnly", "two-services.ts", 0, 0x100, 352, 288},
+    {"AudioOnly", "h264.ts", 0x101, 0, 0, 0},
+    {"VideoPidMissing", "mpeg2.ts", 0x101, 0x1FF0, 0, 0},
+};
+
+struct Message { int32_t type; uint32_t words[5]; };
+std::mutex messagesMutex;
+std::vector<Message> messages;
+
+int32_t record(int32_t aType, const uint32_t* aPayload) {
+  std::lock_guard lock(messagesMutex);
+  messages.push_back({aType, {aPayload[0], aPayload[1], aPayload[2], aPayload[3], aPayload[4]}});
+  return 1;
+}
+
+uint64_t countMessages(int32_t aType) {
+  std::lock_guard lock(messagesMutex);
+  return uint64_t(std::count_if(messages.begin(), messages.end(), [&](auto& aMessage) { return aMessage.type == aType; }));
+}
+
+class PlayerTest : public testing::Test {
+ protected:
+  void SetUp() override { messages.clear(); }
+  // Plays the service headless into a directory of its own, with the library's calls in the
+  // HAL's order, the data in the chunks that the HAL stages; the output directory.
+  std::string play(const Service& aService, const std::string& aEvery = "1", uint32_t aVolume = 100,
+                   const std::function<void()>& aBeforeStop = [] {}) {
+    std::string directory = testing::UnitTest::GetInstance()->current_test_info()->name();
+    std::replace(directory.begin(), directory.end(), '/', '-');
+    std::filesystem::remove_all(directory);
+    std::filesystem::create_directory(directory);
+    setenv("VOMTP_PLAYER_HEADLESS", directory.c_str(), 1);
+    setenv("VOMTP_PLAYER_FRAME_EVERY", aEvery.c_str(), 1);
+    voMTPHandle decoder = nullptr;
+    EXPECT_EQ(voMTPInit(VOMTP_INIT_MEMORY), 0);
+    EXPECT_EQ(voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, record), 0);
+    EXPECT_EQ(voMTPSetVolume(decoder, aVolume), 0);
+    EXPECT_EQ(voMTPRun(decoder), 0);
+    const std::vector<uint8_t> stream = readBinary(ffmpegStreams() + aService.file);
+    for (size_t at = 0; at < stream.size(); at += 48128) {
+      voMTPSendData(decoder, stream.data() + at, uint32_t(std::min<size_t>(48128, stream.size() - at)),
+                    aService.audioPid | aService.videoPid << 13, VOMTP_SEND_FLAG_TS);
+    }
+    aBeforeStop();
+    EXPECT_EQ(voMTPStop(decoder), 0);
+    EXPECT_EQ(voMTPClose(decoder), 0);
+    voMTPUnInit();
+    return directory;
+  }
+};
+
+class PlayerServiceTest : public PlayerTest, public testing::WithParamInterface<Service> {};
+
+// Every frame of the service's PIDs is presented or decoded, the format message comes first with
+// the picture's size, and a time stamp follows each presented frame.
+TEST_P(PlayerServiceTest, PresentsWhatFfmpegDecodes) {
+  const Service& service = GetParam();
+  const HeadlessOutput played = readHeadless(play(service, "1000"));
+  const uint64_t pictures = probeFrames(service.file, service.videoPid, "pkt_size").size();
+  const std::vector<uint64_t> audio = probeFrames(service.file, service.audioPid, "nb_samples");
+  EXPECT_EQ(played.pictures, pictures);
+  EXPECT_EQ(played.samples, std::accumulate(audio.begin(), audio.end(), uint64_t(0)));
+  EXPECT_EQ(countMessages(VOMTP_MESSAGE_VIDEO_FORMAT), pictures > 0 ? 1u : 0u);
+  EXPECT_EQ(countMessages(VOMTP_MESSAGE_TIME_STAMP), service.videoPid != 0 ? pictures : audio.size());
+  if (pictures > 0) {
+    EXPECT_EQ(messages[0].type, VOMTP_MESSAGE_VIDEO_FORMAT);
+    EXPECT_EQ(messages[0].words[1], service.width);
+    EXPECT_EQ(messages[0].words[2], service.height);
+    EXPECT_EQ(messages[0].words[4], 0u);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, PlayerServiceTest, testing::ValuesIn(kServices),
+                         [](const auto& aInfo) { return std::string(aInfo.param.name); });
+
+// PPM pixels after the header.
+std::vector<uint8_t> pixels(const std::string& aPath) {
+  std::vector<uint8_t> file = readBinary(aPath);
+  size_t at = 0;
+  for (int fields = 0; fields < 4 && at < file.size(); ++at) {
+    fields += std::isspace(file[at]) && !std::isspace(file[at - 1]) ? 1 : 0;
+  }
+  return {file.begin() + std::ptrdiff_t(std::min(at, file.size())), file.end()};
+}
+
+// The written pictures are FFmpeg's decode of the same frames: every tenth, by presentation order.
+TEST_F(PlayerTest, PicturesMatchFfmpegDecode) {
+  for (const Service& service : {kServices[0], kServices[1], kServices[2]}) {
+    const std::string directory = play(service, "10");
+    runCommand("ffmpeg -v error -i " + ffmpegStreams() + service.file + " -map 0:i:" + std::to_string(service.videoPid) +
+               " -vf \"select=not(mod(n\\,10))\" -vsync passthrough -y " + directory + "/ref-%06d.ppm");
+    const uint64_t pictures = readHeadless(directory).pictures;
+    ASSERT_GT(pictures, 90u) << service.name;
+    for (uint64_t frame = 0; frame < pictures; frame += 10) {
+      char name[64];
+      std::snprintf(name, sizeof name, "/frame-%06llu.ppm", (unsigned long long)frame);
+      const std::vector<uint8_t> ours = pixels(directory + name);
+      std::snprintf(name, sizeof name, "/ref-%06llu.ppm", (unsigned long long)frame / 10 + 1);
+      const std::vector<uint8_t> theirs = pixels(directory + name);
+      ASSERT_EQ(ours.size(), theirs.size()) << service.name << " frame " << frame;
+      double error = 0;
+      for (size_t index = 0; index < ours.size(); ++index) {
+        error += std::pow(double(ours[index]) - theirs[index], 2);
+      }
+      const double psnr = error == 0 ? 99 : 10 * std::log10(255.0 * 255.0 * double(ours.size()) / error);
+      EXPECT_GT(psnr, 40) << service.name << " frame " << frame;
+    }
+  }
+}
+
+// The volume scales the samples (0 is silence) and reads back as set, clamped to 100.
+TEST_F(PlayerTest, VolumeScalesSamples) {
+  const struct { uint32_t set, readBack; bool silent; } cases[] = {{0, 0, true}, {37, 37, false}, {150, 100, false}};
+  for (const auto& entry : cases) {
+    const std::vector<uint8_t> wav = readBinary(play(kServices[0], "1000", entry.set) + "/audio.wav");
+    ASSERT_GT(wav.size(), 44u);
+    const bool silent = std::all_of(wav.begin() + 44, wav.end(), [](uint8_t aByte) { return aByte == 0; });
+    EXPECT_EQ(silent, entry.silent) << entry.set;
+    voMTPHandle decoder = nullptr;
+    uint32_t volume = 1000, second = 1000;
+    voMTPInit(VOMTP_INIT_MEMORY);
+    voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, nullptr);
+    voMTPSetVolume(decoder, entry.set);
+    EXPECT_EQ(voMTPGetVolume(decoder, &volume, &second), 0);
+    EXPECT_EQ(volume, entry.readBack);
+    voMTPClose(decoder);
+    voMTPUnInit();
+  }
+}
+
+// Played in real time, each picture is presented within 40 ms of its time on the clock.
+TEST_F(PlayerTest, PacedPlayPresentsEachPictureOnTime) {
+  const Service& service = kServices[2];
+  const uint64_t pictures = probeFrames(service.file, service.videoPid, "pkt_size").size();
+  setenv("VOMTP_PLAYER_PACED", "1", 1);
+  const std::string directory = play(service, "1000", 100, [&] {
+    // Without a drain at Stop the last pictures stay in the parser and decoder.
+    for (int wait = 0; wait < 3000 && countMessages(VOMTP_MESSAGE_TIME_STAMP) + 3 < pictures; ++wait) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+  });
+  unsetenv("VOMTP_PLAYER_PACED");
+  std::ifstream timeline(directory + "/timeline.txt");
+  uint64_t lines = 0;
+  for (std::string line; std::getline(timeline, line); ++lines) {
+    long long time = 0, presented = 0;
+    ASSERT_EQ(std::sscanf(line.c_str(), "frame %*u time %lld presented %lld", &time, &presented), 2) << line;
+    EXPECT_LE(std::llabs(presented - time), 40) << line;
+  }
+  EXPECT_GE(lines + 3, pictures);
+}
+
+// Mean colour of each quarter of the aWidth x aHeight region at aX, aY of an RGB picture aStride
+// pixels wide, in reading order.
+std::vector<double> quarterMeans(const std::vector<uint8_t>& aRgb, int aStride, int aX, int aY, int aWidth, int aHeight) {
+  std::vector<double> means(12, 0);
+  for (int y = 0; y < aHeight; ++y) {
+    for (int x = 0; x < aWidth; ++x) {
+      for (int c = 0; c < 3; ++c) {
+        means[size_t((y * 2 / aHeight * 2 + x * 2 / aWidth) * 3 + c)] +=
+            aRgb[size_t(((aY + y) * aStride + aX + x) * 3 + c)] * 4.0 / (aWidth * aHeight);
+      }
+    }
+  }
+  return means;
+}
+
+// In a window (under a virtual X server), a 4:3 picture in a 16:9 draw rectangle with format 1
+// stands pillarboxed in the middle of the rectangle, over the background everywhere else.
+TEST_F(PlayerTest, WindowShowsThePicturePillarboxedInTheDrawRectangle) {
+  if (!std::getenv("DISPLAY")) {
+    GTEST_SKIP() << "no display";
+  }
+  unsetenv("VOMTP_PLAYER_HEADLESS");
+  const Service& service = kServices[2];
+  const std::vector<uint8_t> stream = readBinary(ffmpegStreams() + service.file);
+  voMTPHandle decoder = nullptr;
+  voMTPInit(VOMTP_INIT_MEMORY);
+  ASSERT_EQ(voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, record), 0);
+  voMTPSetDrawRect(decoder, 0, 60, 640, 360);
+  voMTPSetFullScreenFormat(decoder, 1);
+  voMTPRun(decoder);
+  voMTPSendData(decoder, stream.data(), uint32_t(stream.size()), service.audioPid | service.videoPid << 13, 0);
+  for (int wait = 0; wait < 1000 && countMessages(VOMTP_MESSAGE_TIME_STAMP) < 25; ++wait) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  voMTPPause(decoder);
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  const uint64_t shown = countMessages(VOMTP_MESSAGE_TIME_STAMP) - 1;
+  runCommand("ffmpeg -v error -f x11grab -draw_mouse 0 -video_size 800x480 -i " + std::string(std::getenv("DISPLAY")) +
+             " -frames:v 1 -y screen.ppm");
+  runCommand("ffmpeg -v error -i " + ffmpegStreams() + service.file + " -map 0:i:" + std::to_string(service.videoPid) +
+             " -vf \"select=eq(n\\," + std::to_string(shown) + ")\" -frames:v 1 -y shown.ppm");
+  voMTPStop(decoder);
+  voMTPClose(decoder);
+  voMTPUnInit();
+  const std::vector<uint8_t> screen = pixels("screen.ppm"), picture = pixels("shown.ppm");
+  ASSERT_EQ(screen.size(), 800u * 480 * 3);
+  ASSERT_EQ(picture.size(), 320u * 240 * 3);
+  // The picture fills x 80 to 559, y 60 to 419: 480 x 360.
+  for (int y = 0; y < 480; ++y) {
+    for (int x = 0; x < 800; ++x) {
+      if (x < 80 || x >= 560 || y < 60 || y >= 420) {
+        const uint8_t* rgb = &screen[size_t((y * 800 + x) * 3)];
+        ASSERT_TRUE(rgb[0] == 10 && rgb[1] == 10 && rgb[2] == 10) << x << "," << y;
+      }
+    }
+  }
+  const std::vector<double> ours = quarterMeans(screen, 800, 80, 60, 480, 360);
+  const std::vector<double> theirs = quarterMeans(picture, 320, 0, 0, 320, 240);
+  for (size_t index = 0; index < ours.size(); ++index) {
+    EXPECT_NEAR(ours[index], theirs[index], 8) << index;
+  }
+}
+
+// A 4:3 picture in a 16:9 area and a 16:9 picture in a 4:3 area, by each full-screen format:
+// where it goes and which part of it shows (x, y, width, height, in hundredths).
+TEST(PlacePicture, FitsCropsOrStretches) {
+  using vomtpplayer::FullScreen;
+  const struct {
+    double aspect;
+    vomtpplayer::Rect area;
+    FullScreen format;
+    vomtpplayer::Rect placed, shown;
+  } cases[] = {
+      {4.0 / 3, {0, 60, 640, 360}, FullScreen::Fit, {80, 60, 480, 360}, {0, 0, 100, 100}},
+      {16.0 / 9, {10, 0, 400, 300}, FullScreen::Fit, {10, 37, 400, 225}, {0, 0, 100, 100}},
+      {16.0 / 9, {0, 0, 400, 300}, FullScreen::Crop, {0, 0, 400, 300}, {12, 0, 75, 100}},
+      {4.0 / 3, {0, 0, 640, 360}, FullScreen::Crop, {0, 0, 640, 360}, {0, 12, 100, 75}},
+      {4.0 / 3, {0, 60, 640, 360}, FullScreen::Stretch, {0, 60, 640, 360}, {0, 0, 100, 100}},
+  };
+  for (const auto& entry : cases) {
+    double shown[4];
+    EXPECT_EQ(vomtpplayer::placePicture(entry.area, entry.aspect, entry.format, shown), entry.placed);
+    EXPECT_EQ((vomtpplayer::Rect{int32_t(shown[0] * 100), int32_t(shown[1] * 100), int32_t(shown[2] * 100),
+                                 int32_t(shown[3] * 100)}),
+              entry.shown);
+  }
+}
+
+size_t threadCount() {
+  return size_t(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
+}
+
+// Stop and Close from another thread while the decoder is busy and data keep coming: every thread
+// of the decoder is joined, and the handle is gone.
+TEST_F(PlayerTest, StopAndCloseFromAnotherThreadJoinEverything) {
+  const size_t before = threadCount();
+  std::filesystem::create_directory("stopped");
+  setenv("VOMTP_PLAYER_HEADLESS", "stopped", 1);
+  setenv("VOMTP_PLAYER_PACED", "1", 1);
+  voMTPHandle decoder = nullptr;
+  voMTPInit(VOMTP_INIT_MEMORY);
+  ASSERT_EQ(voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, record), 0);
+  voMTPRun(decoder);
+  const std::vector<uint8_t> stream = readBinary(ffmpegStreams() + kServices[1].file);
+  std::atomic<bool> closed = false;
+  std::thread sender([&] {
+    for (size_t at = 0; !closed; at = (at + 1316) % (stream.size() - 1316)) {
+      voMTPSendData(decoder, stream.data() + at, 1316, 0x101 | 0x100 << 13, VOMTP_SEND_FLAG_TS);
+    }
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  std::thread([&] {
+    EXPECT_EQ(voMTPStop(decoder), 0);
+    EXPECT_EQ(voMTPClose(decoder), 0);
+    closed = true;
+  }).join();
+  sender.join();
+  unsetenv("VOMTP_PLAYER_PACED");
+  EXPECT_EQ(voMTPSendData(decoder, stream.data(), 188, 0x101, VOMTP_SEND_FLAG_TS), -1);
+  voMTPUnInit();
+  EXPECT_EQ(threadCount(), before);
+}
+
+}  // namespace
+}  // namespace ombrixhal::test
