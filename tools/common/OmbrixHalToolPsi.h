@@ -44,12 +44,18 @@ void forEachDescriptor(const uint8_t* section, uint32_t at, uint32_t end, Read r
   }
 }
 
-// Calls read(number, pmtPid) for each programme of a PAT but the network PID's entry.
-template <typename Read>
-void forEachProgramme(const uint8_t* section, uint32_t length, Read read) {
+// The programmes of a PAT that `services` lacks (the network PID's entry aside), added in its
+// order as services with a `number` and a `pmtPid`.
+template <typename Service>
+void addProgrammes(std::vector<Service>& services, const uint8_t* section, uint32_t length) {
   for (uint32_t at = 8; at + 4 + 4 <= length; at += 4) {
-    if (const uint32_t number = numberAt(section + at); number != 0) {
-      read(number, pidAt(section + at + 2));
+    const uint32_t number = numberAt(section + at);
+    if (number != 0 && std::none_of(services.begin(), services.end(),
+                                    [number](const Service& known) { return known.number == number; })) {
+      Service service;
+      service.number = number;
+      service.pmtPid = pidAt(section + at + 2);
+      services.push_back(service);
     }
   }
 }

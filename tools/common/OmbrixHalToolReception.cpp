@@ -60,6 +60,23 @@ void tuneDvbT(OmbrixHalTunerHandle tuner, const std::string& line) {
   }
 }
 
+AvPlayer::~AvPlayer() {
+  if (handle_ != nullptr) {
+    OmbrixHalAvPlayerStop(handle_);
+    OmbrixHalAvPlayerClose(handle_);
+  }
+}
+
+void AvPlayer::play(const OmbrixHalAvPlayerParameter& parameter, uint32_t number) {
+  if (playing_) {
+    OmbrixHalAvPlayerStop(handle_);
+  }
+  playing_ = OmbrixHalAvPlayerSetParameter(handle_, &parameter) && OmbrixHalAvPlayerPlay(handle_);
+  if (!playing_) {
+    throw Failure{"the AV player cannot play service " + std::to_string(number)};
+  }
+}
+
 FilterSet::~FilterSet() {
   for (OmbrixHalFilterHandle filter : filters_) {
     OmbrixHalFilterClose(filter);

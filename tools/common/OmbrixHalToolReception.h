@@ -55,6 +55,24 @@ void receiveUntil(OmbrixHalTunerHandle tuner, bool live, uint32_t packetLimit, D
   }
 }
 
+// The AV player on a tuner, stopped and closed with this.
+class AvPlayer {
+ public:
+  explicit AvPlayer(OmbrixHalTunerHandle tuner) : handle_(OmbrixHalAvPlayerOpen(tuner)) {}
+  ~AvPlayer();
+  AvPlayer(const AvPlayer&) = delete;
+  AvPlayer& operator=(const AvPlayer&) = delete;
+
+  bool opened() const { return handle_ != nullptr; }
+  OmbrixHalAvPlayerHandle handle() const { return handle_; }
+  // Service `number`'s PIDs, after stopping what played; a Failure when the player cannot.
+  void play(const OmbrixHalAvPlayerParameter& parameter, uint32_t number);
+
+ private:
+  OmbrixHalAvPlayerHandle handle_;
+  bool playing_ = false;
+};
+
 // Filters closed together; closing one waits for a delivery under way, so what their handlers
 // wrote can be read once the set is gone.
 class FilterSet {

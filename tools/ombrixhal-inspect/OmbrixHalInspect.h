@@ -182,6 +182,8 @@ void onPacket(OmbrixHalFilterHandle, const uint8_t* aPacket, uint32_t aLength, v
 void inspect(Report& report, const Options& options);
 void inspectLive(Report& report, const Options& options);
 void inspectAnalog(Report& report, const Options& options);
+// Live reception: what the tuner detected, and the signal.
+void readSignal(OmbrixHalTunerHandle tuner, Report& report);
 void readChannelTables(OmbrixHalTunerHandle tuner, Report& report);
 // The stream's rate in bits per second from the PCRs received; 0 without two apart.
 double bitrate(const Report& report);

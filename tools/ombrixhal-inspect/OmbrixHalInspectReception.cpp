@@ -141,38 +141,24 @@ void playToEnd(OmbrixHalTunerHandle tuner, const Report& report, const Options& 
   }
 }
 
-// The first service with audio or video, played through the AV player while this lives: its
-// audio, video and PCR PIDs, the first of each kind.
-class ServicePlayer {
- public:
-  ServicePlayer(OmbrixHalTunerHandle tuner, Report& report) {
-    for (const Service& service : report.services) {
-      const OmbrixHalAvPlayerParameter parameter = avPlayerParameter(service.pcrPid, service.streams);
-      if (parameter.AudioPid == 0 && parameter.VideoPid == 0) {
-        continue;
-      }
-      player_ = OmbrixHalAvPlayerOpen(tuner);
-      if (!OmbrixHalAvPlayerSetParameter(player_, &parameter) || !OmbrixHalAvPlayerPlay(player_)) {
-        throw Failure{"the AV player cannot play service " + std::to_string(service.number)};
-      }
-      char text[96];
-      std::snprintf(text, sizeof text, "service %u: audio 0x%04x, video 0x%04x, PCR 0x%04x", service.number,
-                    parameter.AudioPid, parameter.VideoPid, parameter.PcrPid);
-      report.played = text;
-      return;
+// The first service with audio or video, played through the AV player while the player lives:
+// its audio, video and PCR PIDs, the first of each kind.
+std::unique_ptr<AvPlayer> playFirstService(OmbrixHalTunerHandle tuner, Report& report) {
+  for (const Service& service : report.services) {
+    const OmbrixHalAvPlayerParameter parameter = avPlayerParameter(service.pcrPid, service.streams);
+    if (parameter.AudioPid == 0 && parameter.VideoPid == 0) {
+      continue;
     }
-    throw Failure{"no service with audio or video to play"};
+    auto player = std::make_unique<AvPlayer>(tuner);
+    player->play(parameter, service.number);
+    char text[96];
+    std::snprintf(text, sizeof text, "service %u: audio 0x%04x, video 0x%04x, PCR 0x%04x", service.number,
+                  parameter.AudioPid, parameter.VideoPid, parameter.PcrPid);
+    report.played = text;
+    return player;
   }
-  ~ServicePlayer() {
-    OmbrixHalAvPlayerStop(player_);
-    OmbrixHalAvPlayerClose(player_);
-  }
-  ServicePlayer(const ServicePlayer&) = delete;
-  ServicePlayer& operator=(const ServicePlayer&) = delete;
-
- private:
-  OmbrixHalAvPlayerHandle player_ = nullptr;
-};
+  throw Failure{"no service with audio or video to play"};
+}
 
 // `pacedBitrate`: the stream's rate for a paced play, in bits per second. Live reception runs for
 // the seconds asked; its tuner hands each PID to one filter chain, so it counts no packets.
@@ -208,9 +194,9 @@ void play(OmbrixHalTunerHandle tuner, Report& report, const Options& options, do
   }
   report.packets = 0;
   report.damage = {};
-  std::unique_ptr<ServicePlayer> player;
+  std::unique_ptr<AvPlayer> player;
   if (options.playService) {
-    player = std::make_unique<ServicePlayer>(tuner, report);
+    player = playFirstService(tuner, report);
   }
   if (report.live) {
     std::this_thread::sleep_for(std::chrono::seconds(options.seconds));
@@ -247,6 +233,15 @@ double bitrate(const Report& report) {
   return 0;
 }
 
+void readSignal(OmbrixHalTunerHandle tuner, Report& report) {
+  report.live = true;
+  OmbrixHalTunerParameter detected{};
+  OmbrixHalTunerGetParameter(tuner, &detected, nullptr);
+  report.reception = detected.DvbT;
+  report.strength = OmbrixHalTunerGetSignalStrength(tuner);
+  report.quality = OmbrixHalTunerGetSignalQuality(tuner);
+}
+
 // A locked channel's services (PAT, PMTs), their names (SDT) and its network (NIT).
 void readChannelTables(OmbrixHalTunerHandle tuner, Report& report) {
   discover(tuner, report);
@@ -276,14 +271,9 @@ void inspect(Report& report, const Options& options) {
 // A DVB-T channel: tuned by frequency and bandwidth, the detected parameters and the signal read
 // back, then the services and everything they carry for some seconds.
 void inspectLive(Report& report, const Options& options) {
-  report.live = true;
   const Tuner tuner("DVB-T");
   tuneDvbT(tuner, !options.tuneLine.empty() ? options.tuneLine : dvbTLine(options.frequency, options.bandwidthMhz));
-  OmbrixHalTunerParameter detected{};
-  OmbrixHalTunerGetParameter(tuner, &detected, nullptr);
-  report.reception = detected.DvbT;
-  report.strength = OmbrixHalTunerGetSignalStrength(tuner);
-  report.quality = OmbrixHalTunerGetSignalQuality(tuner);
+  readSignal(tuner, report);
   discover(tuner, report);
   play(tuner, report, options, 0);
 }

@@ -48,14 +48,8 @@ ScanResult scanChannel(OmbrixHalTunerHandle tuner, const ScanChannel& channel) {
   OmbrixHalTunerDvbTGetMonitoring(tuner, &result.monitoring);
   if (result.locked) {
     result.report = std::make_unique<Report>();
-    Report& report = *result.report;
-    report.live = true;
-    OmbrixHalTunerParameter detected{};
-    OmbrixHalTunerGetParameter(tuner, &detected, nullptr);
-    report.reception = detected.DvbT;
-    report.strength = OmbrixHalTunerGetSignalStrength(tuner);
-    report.quality = OmbrixHalTunerGetSignalQuality(tuner);
-    readChannelTables(tuner, report);
+    readSignal(tuner, *result.report);
+    readChannelTables(tuner, *result.report);
   }
   return result;
 }

@@ -39,19 +39,11 @@ int hamming84(uint8_t byte) {
   return (byte >> 1 & 1) | (byte >> 3 & 1) << 1 | (byte >> 5 & 1) << 2 | (byte >> 7 & 1) << 3;
 }
 
-
 void readPat(Report& report, uint32_t, const uint8_t* section, uint32_t length) {
   if (section[0] != kPatTable) {
     return;
   }
-  forEachProgramme(section, length, [&report](uint32_t number, uint32_t pmtPid) {
-    if (report.service(number) == nullptr) {
-      Service service;
-      service.number = number;
-      service.pmtPid = pmtPid;
-      report.services.push_back(service);
-    }
-  });
+  addProgrammes(report.services, section, length);
   report.transportStreamId = numberAt(section + 3);
   report.patSeen.store(true, std::memory_order_release);
 }

@@ -80,14 +80,7 @@ void readPat(Catalogue& catalogue, const uint8_t* section, uint32_t length) {
   if (section[0] != kPatTable || catalogue.patSeen) {
     return;
   }
-  forEachProgramme(section, length, [&catalogue](uint32_t number, uint32_t pmtPid) {
-    if (catalogue.find(number) == nullptr) {
-      Service service;
-      service.number = number;
-      service.pmtPid = pmtPid;
-      catalogue.services.push_back(service);
-    }
-  });
+  addProgrammes(catalogue.services, section, length);
   catalogue.patSeen.store(true, std::memory_order_release);
 }
 
@@ -202,26 +195,14 @@ uint32_t measureRate(OmbrixHalTunerHandle tuner, uint32_t pcrPid) {
 // The AV player with the sound and picture settings a viewer changes; a new service keeps them.
 class Player {
  public:
-  explicit Player(OmbrixHalTunerHandle tuner) : player_(OmbrixHalAvPlayerOpen(tuner)) {
-    if (player_ == nullptr) {
+  explicit Player(OmbrixHalTunerHandle tuner) : player_(tuner) {
+    if (!player_.opened()) {
       throw Failure{"the AV player does not open"};
     }
   }
-  ~Player() {
-    OmbrixHalAvPlayerStop(player_);
-    OmbrixHalAvPlayerClose(player_);
-  }
-  Player(const Player&) = delete;
-  Player& operator=(const Player&) = delete;
 
   void play(const Service& service) {
-    if (playing_) {
-      OmbrixHalAvPlayerStop(player_);
-    }
-    playing_ = OmbrixHalAvPlayerSetParameter(player_, &service.av) && OmbrixHalAvPlayerPlay(player_);
-    if (!playing_) {
-      throw Failure{"the AV player cannot play service " + std::to_string(service.number)};
-    }
+    player_.play(service.av, service.number);
     paused_ = false;
     // Each service gets a decoder of its own, which starts at the library's volume.
     if (OmbrixHalAudioOutIsMute()) {
@@ -240,7 +221,7 @@ class Player {
   }
   void toggleMute() { OmbrixHalAudioOutIsMute() ? OmbrixHalAudioOutUnmute() : OmbrixHalAudioOutMute(); }
   void togglePause() {
-    if (paused_ ? OmbrixHalAvPlayerRun(player_) : OmbrixHalAvPlayerPause(player_)) {
+    if (paused_ ? OmbrixHalAvPlayerRun(player_.handle()) : OmbrixHalAvPlayerPause(player_.handle())) {
       paused_ = !paused_;
     }
   }
@@ -254,7 +235,7 @@ class Player {
     // Muted, the decoder's volume reads 0: the one that unmuting gives back is shown.
     uint8_t volume = 0;
     const bool muted = OmbrixHalAudioOutIsMute();
-    std::string text = OmbrixHalAvPlayerIsStreamDecoded(player_) ? "decoded" : "not decoded";
+    std::string text = OmbrixHalAvPlayerIsStreamDecoded(player_.handle()) ? "decoded" : "not decoded";
     text += " | volume " + std::to_string(!muted && OmbrixHalAudioOutGetVolume(&volume) ? volume : volume_);
     text += muted ? " muted" : "";
     text += " | " + std::string(kAspects[aspect_].name);
@@ -262,8 +243,7 @@ class Player {
   }
 
  private:
-  OmbrixHalAvPlayerHandle player_;
-  bool playing_ = false;
+  AvPlayer player_;
   bool paused_ = false;
   uint32_t volume_ = kStartVolume;
   size_t aspect_ = 0;
