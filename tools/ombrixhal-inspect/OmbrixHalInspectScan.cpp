@@ -12,7 +12,6 @@
 #include "OmbrixHalInspect.h"
 #include "OmbrixHalToolDvbText.h"
 #include "OmbrixHalToolReception.h"
-#include "OmbrixHalToolSession.h"
 
 namespace {
 

@@ -1,7 +1,6 @@
 // The tables and packets a stream delivers, read into the report: the handlers of the filters
 // that reception opens, one per kind of table, and those of PES, PCR, teletext and every packet.
 #include <algorithm>
-#include <cstring>
 
 #include "OmbrixHalInspect.h"
 #include "OmbrixHalToolCrc32.h"

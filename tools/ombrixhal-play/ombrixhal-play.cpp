@@ -101,6 +101,7 @@ void readSdt(Catalogue& catalogue, const uint8_t* section, uint32_t length) {
   forEachServiceName(section, length, [&catalogue](uint32_t number, const std::string&, const std::string& name) {
     if (Service* service = catalogue.find(number); service != nullptr) {
       service->name = name;
+      std::replace(service->name.begin(), service->name.end(), '\n', ' ');  // the status is one line
     }
   });
   catalogue.sdtSeen.store(true, std::memory_order_release);
