@@ -4,8 +4,6 @@
 // terminal change the service, the volume, mute, pause and the aspect ratio while a status line
 // shows what plays. The picture and the sound are the player library's, in its own window. Uses
 // the public C API only.
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #if defined(_WIN32)
 #include <conio.h>
@@ -17,43 +15,33 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "OmbrixHal.h"
+#include "OmbrixHalToolPsi.h"
+#include "OmbrixHalToolReception.h"
+#include "OmbrixHalToolSession.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr uint32_t kPacketSize = 188;
-constexpr uint32_t kPatPid = 0x0000;
-constexpr uint32_t kSdtPid = 0x0011;
-constexpr uint8_t kPatTable = 0x00;
-constexpr uint8_t kPmtTable = 0x02;
-constexpr uint8_t kSdtActualTable = 0x42;
-constexpr uint8_t kServiceDescriptor = 0x48;
 constexpr uint32_t kShortestSection = 12;
 constexpr uint32_t kDiscoveryPacketLimit = 200000;
-constexpr auto kLiveTableWait = std::chrono::seconds(5);  // the PAT and PMTs come several times a second
-constexpr uint32_t kPcrUnitsPerSecond = 45000;
 constexpr uint32_t kFallbackRate = 250;  // 2 Mbit/s in the file tuner's units of 1000 bytes a second
 constexpr uint32_t kStartVolume = 80;
 constexpr uint32_t kVolumeStep = 10;
 constexpr auto kKeyWait = std::chrono::milliseconds(100);
-const std::string kLocalPrefix = "//local/";
 
 const char* const kDefaultStream = OMBRIX_HAL_DEFAULT_AV_STREAM;
 const char* const kDefaultChannelPlan = OMBRIX_HAL_DEFAULT_CHANNEL_PLAN;
-constexpr const char* kChannelPlanVariable = "DIB_EMULATOR_CHANNEL_PLAN";
 // Where a player library that can do without a window writes its pictures and sound.
 constexpr const char* kHeadlessVariable = "VOMTP_PLAYER_HEADLESS";
 
@@ -65,23 +53,6 @@ struct Aspect {
 constexpr Aspect kAspects[] = {{OMBRIX_HAL_VIDEO_OUT_ASPECT_RATIO_16_9_FULL_SCREEN, "16:9 full screen"},
                                {OMBRIX_HAL_VIDEO_OUT_ASPECT_RATIO_16_9_PILLARBOX, "16:9 pillarbox"},
                                {OMBRIX_HAL_VIDEO_OUT_ASPECT_RATIO_16_9_VERTICAL_CUT, "16:9 vertical cut"}};
-
-uint32_t pidAt(const uint8_t* bytes) {
-  return static_cast<uint32_t>((bytes[0] & 0x1f) << 8 | bytes[1]);
-}
-uint32_t lengthAt(const uint8_t* bytes) {
-  return static_cast<uint32_t>((bytes[0] & 0x0f) << 8 | bytes[1]);
-}
-uint32_t numberAt(const uint8_t* bytes) {
-  return static_cast<uint32_t>(bytes[0] << 8 | bytes[1]);
-}
-
-bool isVideo(uint32_t type) {
-  return type == 0x01 || type == 0x02 || type == 0x1b || type == 0x24;
-}
-bool isAudio(uint32_t type) {
-  return type == 0x03 || type == 0x04 || type == 0x0f || type == 0x11 || type == 0x81;
-}
 
 struct Service {
   uint32_t number = 0;
@@ -109,15 +80,7 @@ void readPat(Catalogue& catalogue, const uint8_t* section, uint32_t length) {
   if (section[0] != kPatTable || catalogue.patSeen) {
     return;
   }
-  for (uint32_t at = 8; at + 4 + 4 <= length; at += 4) {
-    const uint32_t number = numberAt(section + at);
-    if (number != 0 && catalogue.find(number) == nullptr) {
-      Service service;
-      service.number = number;
-      service.pmtPid = pidAt(section + at + 2);
-      catalogue.services.push_back(service);
-    }
-  }
+  addProgrammes(catalogue.services, section, length);
   catalogue.patSeen.store(true, std::memory_order_release);
 }
 
@@ -126,43 +89,21 @@ void readPmt(Catalogue& catalogue, const uint8_t* section, uint32_t length) {
   if (service == nullptr || service->described) {
     return;
   }
-  service->av.PcrPid = pidAt(section + 8);
-  for (uint32_t at = 12 + lengthAt(section + 10); at + 5 <= length - 4; at += 5 + lengthAt(section + at + 3)) {
-    const uint32_t type = section[at];
-    uint32_t& pid = isVideo(type) ? service->av.VideoPid : service->av.AudioPid;
-    if ((isVideo(type) || isAudio(type)) && pid == 0) {
-      pid = pidAt(section + at + 1);
-      (isVideo(type) ? service->av.VideoType : service->av.AudioType) = type;
-    }
-  }
+  service->av = avPlayerParameter(pidAt(section + 8), readPmtStreams(section, length));
   service->described = true;
   catalogue.described.fetch_add(1, std::memory_order_release);
 }
 
-// The service names: the service descriptor's name after its provider's.
 void readSdt(Catalogue& catalogue, const uint8_t* section, uint32_t length) {
   if (section[0] != kSdtActualTable) {
     return;
   }
-  for (uint32_t at = 11; at + 5 <= length - 4; at += 5 + lengthAt(section + at + 3)) {
-    Service* service = catalogue.find(numberAt(section + at));
-    const uint32_t end = std::min(at + 5 + lengthAt(section + at + 3), length - 4);
-    for (uint32_t d = at + 5; service != nullptr && d + 2 <= end && d + 2 + section[d + 1] <= end;
-         d += 2 + section[d + 1]) {
-      const uint8_t* body = section + d + 2;
-      const uint32_t size = section[d + 1];
-      // Service type, provider name, service name: each length inside the descriptor.
-      if (section[d] == kServiceDescriptor && 3u + body[1] <= size && 3u + body[1] + body[2 + body[1]] <= size) {
-        service->name.clear();
-        for (uint32_t i = 0; i < body[2 + body[1]]; ++i) {
-          const char character = static_cast<char>(body[3 + body[1] + i]);
-          if (character >= 0x20 && character < 0x7f) {
-            service->name += character;  // a leading character table byte is left out
-          }
-        }
-      }
+  forEachServiceName(section, length, [&catalogue](uint32_t number, const std::string&, const std::string& name) {
+    if (Service* service = catalogue.find(number); service != nullptr) {
+      service->name = name;
+      std::replace(service->name.begin(), service->name.end(), '\n', ' ');  // the status is one line
     }
-  }
+  });
   catalogue.sdtSeen.store(true, std::memory_order_release);
 }
 
@@ -176,79 +117,22 @@ void onSection(OmbrixHalFilterHandle, const uint8_t* aSection, uint32_t aLength,
 // The PCRs of one PID against the packets pulled so far, for the rate of a recording.
 struct PcrCount {
   std::atomic<uint64_t> packets{0};
-  uint32_t first = 0;
-  uint32_t last = 0;
-  uint64_t firstPacket = 0;
-  uint64_t lastPacket = 0;
-  uint32_t count = 0;
+  PcrSpan span;
 };
 
 void onPcr(OmbrixHalFilterHandle, const uint8_t* aRecord, uint32_t aLength, void* aContext) {
   auto& pcrs = *static_cast<PcrCount*>(aContext);
-  if (aLength < sizeof pcrs.last) {
-    return;
-  }
-  std::memcpy(&pcrs.last, aRecord, sizeof pcrs.last);
-  pcrs.lastPacket = pcrs.packets.load(std::memory_order_relaxed);
-  if (pcrs.count++ == 0) {
-    pcrs.first = pcrs.last;
-    pcrs.firstPacket = pcrs.lastPacket;
-  }
+  pcrs.span.add(aRecord, aLength, pcrs.packets.load(std::memory_order_relaxed));
 }
 
-void printLog(void*, const char* aFunctionName, uint32_t aLogId, uint32_t aSeverity, const char* aText) {
-  static const char* const severities[] = {"?", "error", "warning", "info"};
-  std::fprintf(stderr, "log %-7s 0x%04x %s: %s\n", severities[aSeverity <= 3 ? aSeverity : 0], aLogId, aFunctionName,
-               aText);
-}
-
-// Why the program cannot play; thrown so that filters, player and tuner close on the way out.
-struct Failure {
-  std::string reason;
-};
-
-// Filters closed together; closing one waits for a delivery under way.
-class Filters {
- public:
-  explicit Filters(OmbrixHalTunerHandle tuner) : tuner_(tuner) {}
-  ~Filters() {
-    for (OmbrixHalFilterHandle filter : filters_) {
-      OmbrixHalFilterClose(filter);
-    }
-  }
-  Filters(const Filters&) = delete;
-  Filters& operator=(const Filters&) = delete;
-
-  void open(OmbrixHalFilterType type, uint32_t pid, OmbrixHalFilterHandler handler, void* context) {
-    OmbrixHalFilterHandle filter = OmbrixHalFilterOpen(tuner_, type, nullptr, handler, context);
-    OmbrixHalFilterParameter parameter{};
-    parameter.pid = pid;
-    parameter.crcCheck = type == OMBRIX_HAL_FILTER_TYPE_SECTION ? 1 : 0;
-    if (filter == nullptr || !OmbrixHalFilterSetParameter(filter, &parameter) || !OmbrixHalFilterStart(filter)) {
-      OmbrixHalFilterClose(filter);
-      char reason[48];
-      std::snprintf(reason, sizeof reason, "cannot filter PID 0x%04x", pid);
-      throw Failure{reason};
-    }
-    filters_.push_back(filter);
-  }
-
- private:
-  OmbrixHalTunerHandle tuner_;
-  std::vector<OmbrixHalFilterHandle> filters_;
-};
-
-// Until `done`: pulled packet by packet from a recording, or waited for while live reception
-// delivers on its own thread.
-template <typename Done>
-void receiveUntil(OmbrixHalTunerHandle tuner, bool live, Done done) {
-  if (!live) {
-    for (uint32_t n = 0; n < kDiscoveryPacketLimit && !done() && OmbrixHalTunerReceive(tuner, 1); ++n) {
-    }
-    return;
-  }
-  for (const auto deadline = Clock::now() + kLiveTableWait; !done() && Clock::now() < deadline;) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+void openFilter(FilterSet& filters, OmbrixHalFilterType type, uint32_t pid, OmbrixHalFilterHandler handler,
+                void* context) {
+  OmbrixHalFilterParameter parameter{};
+  parameter.crcCheck = type == OMBRIX_HAL_FILTER_TYPE_SECTION ? 1 : 0;
+  if (filters.open(type, pid, handler, context, parameter) == nullptr) {
+    char reason[48];
+    std::snprintf(reason, sizeof reason, "cannot filter PID 0x%04x", pid);
+    throw Failure{reason};
   }
 }
 
@@ -256,21 +140,22 @@ void receiveUntil(OmbrixHalTunerHandle tuner, bool live, Done done) {
 std::vector<Service> discover(OmbrixHalTunerHandle tuner, bool live) {
   Catalogue catalogue;
   {
-    Filters filters(tuner);
-    filters.open(OMBRIX_HAL_FILTER_TYPE_SECTION, kPatPid, onSection<readPat>, &catalogue);
-    receiveUntil(tuner, live, [&catalogue] { return catalogue.patSeen.load(std::memory_order_acquire); });
+    FilterSet filters(tuner);
+    openFilter(filters, OMBRIX_HAL_FILTER_TYPE_SECTION, kPatPid, onSection<readPat>, &catalogue);
+    receiveUntil(tuner, live, kDiscoveryPacketLimit,
+                 [&catalogue] { return catalogue.patSeen.load(std::memory_order_acquire); });
   }
   if (!catalogue.patSeen) {
     throw Failure{"no services (no programme association table)"};
   }
   {
-    Filters filters(tuner);
-    filters.open(OMBRIX_HAL_FILTER_TYPE_SECTION, kSdtPid, onSection<readSdt>, &catalogue);
+    FilterSet filters(tuner);
+    openFilter(filters, OMBRIX_HAL_FILTER_TYPE_SECTION, kSdtPid, onSection<readSdt>, &catalogue);
     for (const Service& service : catalogue.services) {
-      filters.open(OMBRIX_HAL_FILTER_TYPE_SECTION, service.pmtPid, onSection<readPmt>, &catalogue);
+      openFilter(filters, OMBRIX_HAL_FILTER_TYPE_SECTION, service.pmtPid, onSection<readPmt>, &catalogue);
     }
     const size_t total = catalogue.services.size();
-    receiveUntil(tuner, live, [&catalogue, total] {
+    receiveUntil(tuner, live, kDiscoveryPacketLimit, [&catalogue, total] {
       return catalogue.described.load(std::memory_order_acquire) >= total &&
              catalogue.sdtSeen.load(std::memory_order_acquire);
     });
@@ -296,68 +181,29 @@ std::vector<Service> discover(OmbrixHalTunerHandle tuner, bool live) {
 uint32_t measureRate(OmbrixHalTunerHandle tuner, uint32_t pcrPid) {
   PcrCount pcrs;
   {
-    Filters filters(tuner);
-    filters.open(OMBRIX_HAL_FILTER_TYPE_PCR, pcrPid, onPcr, &pcrs);
+    FilterSet filters(tuner);
+    openFilter(filters, OMBRIX_HAL_FILTER_TYPE_PCR, pcrPid, onPcr, &pcrs);
     for (uint64_t n = 0; n < kDiscoveryPacketLimit && OmbrixHalTunerReceive(tuner, 1);) {
       pcrs.packets.store(++n, std::memory_order_relaxed);
     }
   }
-  const uint32_t units = pcrs.last - pcrs.first;
-  if (pcrs.count < 2 || units == 0) {
+  if (!pcrs.span.measured()) {
     return kFallbackRate;
   }
-  const double bytesPerSecond = double(pcrs.lastPacket - pcrs.firstPacket) * kPacketSize * kPcrUnitsPerSecond / units;
-  return std::max(static_cast<uint32_t>(bytesPerSecond / 1000), 1u);
-}
-
-void tuneFile(OmbrixHalTunerHandle tuner, const std::string& file, uint32_t repetitions, uint32_t rate) {
-  const std::string line = "digitalFile: name=\"" + kLocalPrefix + file +
-                           "\", repetitions=" + std::to_string(repetitions) + ", symbolrate=" + std::to_string(rate);
-  if (!OmbrixHalTunerSetParameterByString(tuner, line.c_str())) {
-    throw Failure{"not a transport stream (no packet sync in its first bytes)"};
-  }
-  for (const auto deadline = Clock::now() + std::chrono::seconds(3);
-       OmbrixHalTunerGetStatus(tuner) != OMBRIX_HAL_TUNER_STATUS_LOCKED;) {
-    if (Clock::now() > deadline) {
-      throw Failure{"the tuner does not lock"};
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-}
-
-void tuneDvbT(OmbrixHalTunerHandle tuner, const std::string& frequency, uint32_t bandwidthMhz) {
-  const std::string line = "DVB-T: freq=" + frequency + ", bandwidth=" + std::to_string(bandwidthMhz);
-  if (!OmbrixHalTunerSetParameterByString(tuner, line.c_str())) {
-    throw Failure{"not a DVB-T channel (frequencies 50500 to 858000 kHz, bandwidth 6, 7 or 8 MHz)"};
-  }
-  if (OmbrixHalTunerGetStatus(tuner) != OMBRIX_HAL_TUNER_STATUS_LOCKED) {
-    throw Failure{"no reception (NOT LOCKED)"};
-  }
+  return std::max(static_cast<uint32_t>(pcrs.span.bytesPerSecond() / 1000), 1u);
 }
 
 // The AV player with the sound and picture settings a viewer changes; a new service keeps them.
 class Player {
  public:
-  explicit Player(OmbrixHalTunerHandle tuner) : player_(OmbrixHalAvPlayerOpen(tuner)) {
-    if (player_ == nullptr) {
+  explicit Player(OmbrixHalTunerHandle tuner) : player_(tuner) {
+    if (!player_.opened()) {
       throw Failure{"the AV player does not open"};
     }
   }
-  ~Player() {
-    OmbrixHalAvPlayerStop(player_);
-    OmbrixHalAvPlayerClose(player_);
-  }
-  Player(const Player&) = delete;
-  Player& operator=(const Player&) = delete;
 
   void play(const Service& service) {
-    if (playing_) {
-      OmbrixHalAvPlayerStop(player_);
-    }
-    playing_ = OmbrixHalAvPlayerSetParameter(player_, &service.av) && OmbrixHalAvPlayerPlay(player_);
-    if (!playing_) {
-      throw Failure{"the AV player cannot play service " + std::to_string(service.number)};
-    }
+    player_.play(service.av, service.number);
     paused_ = false;
     // Each service gets a decoder of its own, which starts at the library's volume.
     if (OmbrixHalAudioOutIsMute()) {
@@ -376,7 +222,7 @@ class Player {
   }
   void toggleMute() { OmbrixHalAudioOutIsMute() ? OmbrixHalAudioOutUnmute() : OmbrixHalAudioOutMute(); }
   void togglePause() {
-    if (paused_ ? OmbrixHalAvPlayerRun(player_) : OmbrixHalAvPlayerPause(player_)) {
+    if (paused_ ? OmbrixHalAvPlayerRun(player_.handle()) : OmbrixHalAvPlayerPause(player_.handle())) {
       paused_ = !paused_;
     }
   }
@@ -390,7 +236,7 @@ class Player {
     // Muted, the decoder's volume reads 0: the one that unmuting gives back is shown.
     uint8_t volume = 0;
     const bool muted = OmbrixHalAudioOutIsMute();
-    std::string text = OmbrixHalAvPlayerIsStreamDecoded(player_) ? "decoded" : "not decoded";
+    std::string text = OmbrixHalAvPlayerIsStreamDecoded(player_.handle()) ? "decoded" : "not decoded";
     text += " | volume " + std::to_string(!muted && OmbrixHalAudioOutGetVolume(&volume) ? volume : volume_);
     text += muted ? " muted" : "";
     text += " | " + std::string(kAspects[aspect_].name);
@@ -398,8 +244,7 @@ class Player {
   }
 
  private:
-  OmbrixHalAvPlayerHandle player_;
-  bool playing_ = false;
+  AvPlayer player_;
   bool paused_ = false;
   uint32_t volume_ = kStartVolume;
   size_t aspect_ = 0;
@@ -466,35 +311,6 @@ class Keys {
   termios saved_{};
   bool restore_ = false;
 #endif
-};
-
-// The HAL's console lines (the player's messages among them) would break the status line: while
-// the HAL runs they go to stderr with --log, else nowhere, and the status goes to stdout as it was.
-class ConsoleAside {
- public:
-  explicit ConsoleAside(bool show) {
-    std::fflush(stdout);
-    status_ = fdopen(dup(STDOUT_FILENO), "w");
-#if defined(_WIN32)
-    const int target = show ? dup(STDERR_FILENO) : open("NUL", O_WRONLY);
-#else
-    const int target = show ? dup(STDERR_FILENO) : open("/dev/null", O_WRONLY);
-#endif
-    dup2(target, STDOUT_FILENO);
-    close(target);
-  }
-  ~ConsoleAside() {
-    std::fflush(stdout);
-    dup2(fileno(status_), STDOUT_FILENO);
-    std::fclose(status_);
-  }
-  ConsoleAside(const ConsoleAside&) = delete;
-  ConsoleAside& operator=(const ConsoleAside&) = delete;
-
-  std::FILE* status() const { return status_; }
-
- private:
-  std::FILE* status_;
 };
 
 struct Options {
@@ -572,27 +388,18 @@ void run(OmbrixHalTunerHandle tuner, const std::vector<Service>& services, const
 
 void play(const Options& options, std::FILE* out) {
   const bool live = !options.frequency.empty();
-  OmbrixHalTunerHandle tuner = OmbrixHalTunerOpen(live ? "DVB-T" : "digitalFile");
-  if (tuner == nullptr) {
-    throw Failure{live ? "the HAL has no DVB-T tuner (is the receiver driver there?)" : "the HAL has no file tuner"};
+  const Tuner tuner(live ? "DVB-T" : "digitalFile");
+  live ? tuneDvbT(tuner, dvbTLine(options.frequency, options.bandwidthMhz)) : tuneFile(tuner, options.file, 1, 0);
+  const std::vector<Service> services = discover(tuner, live);
+  if (options.service > services.size()) {
+    throw Failure{"no service " + std::to_string(options.service) + " (" + std::to_string(services.size()) +
+                  " services)"};
   }
-  try {
-    live ? tuneDvbT(tuner, options.frequency, options.bandwidthMhz) : tuneFile(tuner, options.file, 1, 0);
-    const std::vector<Service> services = discover(tuner, live);
-    if (options.service > services.size()) {
-      throw Failure{"no service " + std::to_string(options.service) + " (" + std::to_string(services.size()) +
-                    " services)"};
-    }
-    if (!live) {
-      // Paced at the recording's own rate, over and over, as a broadcast would come.
-      tuneFile(tuner, options.file, 0, measureRate(tuner, services[options.service - 1].av.PcrPid));
-    }
-    run(tuner, services, options, out);
-  } catch (const Failure&) {
-    OmbrixHalTunerClose(tuner);
-    throw;
+  if (!live) {
+    // Paced at the recording's own rate, over and over, as a broadcast would come.
+    tuneFile(tuner, options.file, 0, measureRate(tuner, services[options.service - 1].av.PcrPid));
   }
-  OmbrixHalTunerClose(tuner);
+  run(tuner, services, options, out);
 }
 
 [[noreturn]] void usage(int status) {
@@ -652,44 +459,14 @@ Options parse(int argc, char** argv) {
   return options;
 }
 
-// A missing or unreadable file, a directory, one too short for packets: the reason, else empty.
-std::string checkFile(const std::string& file) {
-  struct stat status {};
-  if (stat(file.c_str(), &status) != 0) {
-    return std::strerror(errno);
-  }
-  if (!S_ISREG(status.st_mode)) {
-    return "not a regular file";
-  }
-  if (std::FILE* opened = std::fopen(file.c_str(), "rb"); opened != nullptr) {
-    std::fclose(opened);
-  } else {
-    return std::strerror(errno);
-  }
-  if (file.find('"') != std::string::npos) {
-    return "the file tuner cannot take a path with a double quote";
-  }
-  if (status.st_size < static_cast<decltype(status.st_size)>(2 * kPacketSize)) {
-    return "too short for a transport stream (" + std::to_string(status.st_size) + " bytes)";
-  }
-  return {};
-}
-
-void setEnvironment(const char* name, const char* value) {
-#if defined(_WIN32)
-  _putenv_s(name, value);
-#else
-  setenv(name, value, 1);
-#endif
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   const Options options = parse(argc, argv);
   const bool live = !options.frequency.empty();
   const std::string name = live ? "DVB-T " + options.frequency + " kHz" : options.file;
-  std::string failure = live ? std::string{} : checkFile(options.file);
+  uint64_t bytes = 0;
+  std::string failure = live ? std::string{} : checkRecording(options.file, 2 * kPacketSize, "a transport stream", bytes);
   std::error_code error;
   if (failure.empty() && !options.headless.empty() && !std::filesystem::is_directory(options.headless) &&
       !std::filesystem::create_directories(options.headless, error)) {
@@ -703,35 +480,13 @@ int main(int argc, char** argv) {
   if (!options.headless.empty()) {
     setEnvironment(kHeadlessVariable, options.headless.c_str());
   }
-  if (live && std::getenv(kChannelPlanVariable) == nullptr) {
-    setEnvironment(kChannelPlanVariable, kDefaultChannelPlan);
-  }
-  if (options.log) {
-    OmbrixHalSetLogHandler(printLog, nullptr);
-    OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_ERROR);
-    OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_WARNING);
-    OmbrixHalEnableLog(OMBRIX_HAL_LOGGER_ID_INFO);
+  if (live) {
+    useChannelPlanUnlessSet(kDefaultChannelPlan);
   }
   std::signal(SIGINT, onInterrupt);
   std::signal(SIGTERM, onInterrupt);
-  {
-    const ConsoleAside console(options.log);
-    // The application's window record: none, the window is the player library's own. The
-    // checking allocator: leaks show in --log.
-    static const uintptr_t videoWindow[1] = {0};
-    OmbrixHalInitParameter parameter = {1, reinterpret_cast<uintptr_t>(videoWindow)};
-    try {
-      if (!OmbrixHalInit(&parameter)) {
-        failure = "the HAL did not start";
-      } else {
-        play(options, console.status());
-      }
-    } catch (const Failure& caught) {
-      failure = caught.reason;
-    }
-    OmbrixHalDone();
-  }
-  OmbrixHalSetLogHandler(nullptr, nullptr);
+  // The status goes to what stdout was, the HAL's console lines aside.
+  failure = runWithHal(options.log, [&options](std::FILE* out) { play(options, out); });
   if (!failure.empty()) {
     std::fprintf(stderr, "ombrixhal-play: %s: %s\n", name.c_str(), failure.c_str());
     return 1;
