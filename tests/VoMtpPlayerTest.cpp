@@ -108,16 +108,6 @@ TEST_P(PlayerServiceTest, PresentsWhatFfmpegDecodes) {
 INSTANTIATE_TEST_SUITE_P(Streams, PlayerServiceTest, testing::ValuesIn(kServices),
                          [](const auto& aInfo) { return std::string(aInfo.param.name); });
 
-// PPM pixels after the header.
-std::vector<uint8_t> pixels(const std::string& aPath) {
-  std::vector<uint8_t> file = readBinary(aPath);
-  size_t at = 0;
-  for (int fields = 0; fields < 4 && at < file.size(); ++at) {
-    fields += std::isspace(file[at]) && !std::isspace(file[at - 1]) ? 1 : 0;
-  }
-  return {file.begin() + std::ptrdiff_t(std::min(at, file.size())), file.end()};
-}
-
 // The written pictures are FFmpeg's decode of the same frames: every tenth, by presentation order.
 TEST_F(PlayerTest, PicturesMatchFfmpegDecode) {
   for (const Service& service : {kServices[0], kServices[1], kServices[2]}) {
@@ -273,14 +263,13 @@ TEST_F(PlayerTest, WindowShowsThePicturePillarboxedInTheDrawRectangle) {
   voMTPPause(decoder);
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   const uint64_t shown = countMessages(VOMTP_MESSAGE_TIME_STAMP) - 1;
-  runCommand("ffmpeg -v error -f x11grab -draw_mouse 0 -video_size 800x480 -i " + std::string(std::getenv("DISPLAY")) +
-             " -frames:v 1 -y screen.ppm");
+  const std::vector<uint8_t> screen = grabScreen(800, 480);
   runCommand("ffmpeg -v error -i " + ffmpegStreams() + service.file + " -map 0:i:" + std::to_string(service.videoPid) +
              " -vf \"select=eq(n\\," + std::to_string(shown) + ")\" -frames:v 1 -y shown.ppm");
   voMTPStop(decoder);
   voMTPClose(decoder);
   voMTPUnInit();
-  const std::vector<uint8_t> screen = pixels("screen.ppm"), picture = pixels("shown.ppm");
+  const std::vector<uint8_t> picture = pixels("shown.ppm");
   ASSERT_EQ(screen.size(), 800u * 480 * 3);
   ASSERT_EQ(picture.size(), 320u * 240 * 3);
   // The picture fills x 80 to 559, y 60 to 419: 480 x 360.

@@ -8,6 +8,8 @@ namespace ombrixhal {
 
 void* loadTsReaderLibrary() noexcept { return dlopen("libDibTSReader.so", RTLD_NOW | RTLD_LOCAL); }
 
+void* loadedPlayerLibrary() noexcept { return dlopen("libvoMTPSDK.so", RTLD_NOW | RTLD_NOLOAD); }
+
 void* findLibrarySymbol(void* library, const char* name) noexcept {
   return library != nullptr ? dlsym(library, name) : nullptr;
 }
