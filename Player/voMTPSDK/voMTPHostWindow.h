@@ -18,13 +18,22 @@ typedef int32_t (*voMTPHostFillWindowFunction)(int32_t aWidth, int32_t aHeight, 
 /* Puts the window at the screen's origin, aWidth x aHeight, on top of all others; 1 when done. */
 typedef int32_t (*voMTPHostPlaceWindowFunction)(int32_t aWidth, int32_t aHeight);
 
+/* Receives the window's key messages as the device's window system delivers them: key down
+   (0x0100, bit 30 of aLParam set for a repeat) and key up (0x0101), with the virtual-key code in
+   aWParam. */
+typedef intptr_t (*voMTPHostWindowProcedure)(void* aWindow, uint32_t aMessage, uintptr_t aWParam, intptr_t aLParam);
+/* Sets the procedure that the window's keys go to, on a thread of the library's; NULL stops. */
+typedef int32_t (*voMTPHostSetWindowProcedureFunction)(voMTPHostWindowProcedure aProcedure);
+
 #define VOMTP_HOST_SCREEN_SIZE "voMTPHostScreenSize"
 #define VOMTP_HOST_FILL_WINDOW "voMTPHostFillWindow"
 #define VOMTP_HOST_PLACE_WINDOW "voMTPHostPlaceWindow"
+#define VOMTP_HOST_SET_WINDOW_PROCEDURE "voMTPHostSetWindowProcedure"
 
 VOMTP_API int32_t voMTPHostScreenSize(int32_t aIndex);
 VOMTP_API int32_t voMTPHostFillWindow(int32_t aWidth, int32_t aHeight, uint32_t aColour);
 VOMTP_API int32_t voMTPHostPlaceWindow(int32_t aWidth, int32_t aHeight);
+VOMTP_API int32_t voMTPHostSetWindowProcedure(voMTPHostWindowProcedure aProcedure);
 
 #ifdef __cplusplus
 }

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <thread>
+#include <utility>
 
 extern "C" {
 #include <libavutil/pixdesc.h>
@@ -42,6 +44,10 @@ struct Screen {
   bool videoInit = false;
   SDL_Window* window = nullptr;
   SDL_Renderer* renderer = nullptr;
+  // The keys' thread, while a window procedure is set.
+  std::mutex keysMutex;
+  std::thread keys;
+  std::atomic<voMTPHostWindowProcedure> procedure{nullptr};
 };
 
 Screen& screen() {
@@ -118,8 +124,84 @@ void Output::closeWindow() {
   }
 }
 
+namespace {
+constexpr uint32_t kKeyDown = 0x0100, kKeyUp = 0x0101;
+constexpr intptr_t kRepeat = intptr_t{1} << 30;
+constexpr auto kKeyPoll = std::chrono::milliseconds(20);
+
+// The device window system's virtual-key code of an SDL key; 0 for one without.
+uintptr_t virtualKey(SDL_Keycode aKey) {
+  if ((aKey >= SDLK_0 && aKey <= SDLK_9) || aKey == SDLK_SPACE) {
+    return uintptr_t(aKey);  // the same codes as ASCII
+  }
+  if (aKey >= SDLK_a && aKey <= SDLK_z) {
+    return uintptr_t(aKey - SDLK_a + 'A');
+  }
+  if (aKey >= SDLK_KP_1 && aKey <= SDLK_KP_9) {
+    return uintptr_t(0x61 + aKey - SDLK_KP_1);
+  }
+  if (aKey >= SDLK_F1 && aKey <= SDLK_F12) {
+    return uintptr_t(0x70 + aKey - SDLK_F1);
+  }
+  static const std::pair<SDL_Keycode, uintptr_t> kKeys[] = {
+      {SDLK_KP_0, 0x60},      {SDLK_UP, 0x26},         {SDLK_DOWN, 0x28},        {SDLK_LEFT, 0x25},
+      {SDLK_RIGHT, 0x27},     {SDLK_RETURN, 0x0d},     {SDLK_KP_ENTER, 0x0d},    {SDLK_BACKSPACE, 0x08},
+      {SDLK_ESCAPE, 0x1b},    {SDLK_APPLICATION, 0x5d}, {SDLK_PAGEUP, 0x21},     {SDLK_PAGEDOWN, 0x22},
+      {SDLK_VOLUMEUP, 0xaf},  {SDLK_VOLUMEDOWN, 0xae}, {SDLK_AUDIOMUTE, 0xad},   {SDLK_MUTE, 0xad},
+      {SDLK_PLUS, 0xbb},      {SDLK_EQUALS, 0xbb},     {SDLK_MINUS, 0xbd},
+  };
+  for (const auto& [key, code] : kKeys) {
+    if (key == aKey) {
+      return code;
+    }
+  }
+  return 0;
+}
+
+// Takes the window's key events and hands them to the procedure as window messages, outside the
+// window's lock: the procedure may well call the library again.
+void deliverKeys(Screen& aScreen) {
+  struct Message {
+    uint32_t message;
+    uintptr_t key;
+    intptr_t flags;
+  };
+  std::vector<Message> messages;
+  while (voMTPHostWindowProcedure procedure = aScreen.procedure) {
+    void* window = nullptr;
+    {
+      std::lock_guard lock(aScreen.mutex);
+      SDL_Event event;
+      while (aScreen.window && SDL_PollEvent(&event)) {
+        const uintptr_t key = event.type == SDL_KEYDOWN || event.type == SDL_KEYUP ? virtualKey(event.key.keysym.sym) : 0;
+        if (key != 0) {
+          messages.push_back({event.type == SDL_KEYDOWN ? kKeyDown : kKeyUp, key, event.key.repeat ? kRepeat : 0});
+        }
+      }
+      window = aScreen.window;
+    }
+    for (const Message& message : messages) {
+      procedure(window, message.message, message.key, message.flags);
+    }
+    messages.clear();
+    std::this_thread::sleep_for(kKeyPoll);
+  }
+}
+
+void setProcedure(Screen& aScreen, voMTPHostWindowProcedure aProcedure) {
+  std::lock_guard lock(aScreen.keysMutex);
+  aScreen.procedure = aProcedure;
+  if (!aProcedure && aScreen.keys.joinable()) {
+    aScreen.keys.join();
+  } else if (aProcedure && !aScreen.keys.joinable()) {
+    aScreen.keys = std::thread(deliverKeys, std::ref(aScreen));
+  }
+}
+}  // namespace
+
 void closeScreen() {
   Screen& state = screen();
+  setProcedure(state, nullptr);
   std::lock_guard lock(state.mutex);
   if (state.renderer) {
     SDL_DestroyRenderer(state.renderer);
@@ -375,6 +457,11 @@ VOMTP_API int32_t voMTPHostFillWindow(int32_t aWidth, int32_t aHeight, uint32_t 
   SDL_RenderFillRect(renderer, &rect);
   SDL_RenderPresent(renderer);
   SDL_PumpEvents();
+  return 1;
+}
+
+VOMTP_API int32_t voMTPHostSetWindowProcedure(voMTPHostWindowProcedure aProcedure) {
+  setProcedure(screen(), aProcedure);
   return 1;
 }
 

@@ -15,10 +15,7 @@ namespace {
 // player library may be loaded after the HAL.
 template <typename Function>
 Function playerCall(const char* aName) noexcept {
-  void* library = ombrixhal::loadedPlayerLibrary();
-  auto call = reinterpret_cast<Function>(ombrixhal::findLibrarySymbol(library, aName));
-  ombrixhal::unloadLibrary(library);  // only drops the reference taken above: the process keeps it
-  return call;
+  return reinterpret_cast<Function>(ombrixhal::findPlayerLibrarySymbol(aName));
 }
 
 }  // namespace
