@@ -3,8 +3,6 @@
 #ifndef OMBRIX_HAL_FFMPEG_PROBE_H
 #define OMBRIX_HAL_FFMPEG_PROBE_H
 
-#include <algorithm>
-#include <cctype>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -54,21 +52,11 @@ inline std::vector<uint8_t> readBinary(const std::string& aPath) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-// PPM pixels after the header.
-inline std::vector<uint8_t> pixels(const std::string& aPath) {
-  std::vector<uint8_t> file = readBinary(aPath);
-  size_t at = 0;
-  for (int fields = 0; fields < 4 && at < file.size(); ++at) {
-    fields += std::isspace(file[at]) && !std::isspace(file[at - 1]) ? 1 : 0;
-  }
-  return {file.begin() + std::ptrdiff_t(std::min(at, file.size())), file.end()};
-}
-
-// The X display's top-left aWidth x aHeight, RGB, grabbed by FFmpeg.
+// The X display's top-left aWidth x aHeight as RGB pixels, grabbed by FFmpeg.
 inline std::vector<uint8_t> grabScreen(int aWidth, int aHeight) {
   runCommand("ffmpeg -v error -f x11grab -draw_mouse 0 -video_size " + std::to_string(aWidth) + "x" +
-             std::to_string(aHeight) + " -i " + std::getenv("DISPLAY") + " -frames:v 1 -y screen.ppm");
-  return pixels("screen.ppm");
+             std::to_string(aHeight) + " -i " + std::getenv("DISPLAY") + " -frames:v 1 -f rawvideo -pix_fmt rgb24 -y screen.rgb");
+  return readBinary("screen.rgb");
 }
 
 // A headless play's output directory: pictures presented (the timeline's lines), and the WAV
