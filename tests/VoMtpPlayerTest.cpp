@@ -199,7 +199,7 @@ TEST_F(PlayerTest, HoldingStopsPresentationAndReleaseContinues) {
   setenv("VOMTP_PLAYER_PACED", "1", 1);
   for (const auto& entry : cases) {
     messages.clear();
-    Time held, released;
+    Time held, released, afterAt;
     play(entry.service, "1000", 100, [&](voMTPHandle aDecoder) {
       waitForMessages(VOMTP_MESSAGE_TIME_STAMP, 10);
       held = std::chrono::steady_clock::now();
@@ -211,22 +211,19 @@ TEST_F(PlayerTest, HoldingStopsPresentationAndReleaseContinues) {
     });
     std::lock_guard lock(messagesMutex);
     int64_t before = vomtpplayer::kNoTime, after = vomtpplayer::kNoTime;
-    Time afterAt;
     for (const Message& message : messages) {
-      if (message.type != VOMTP_MESSAGE_TIME_STAMP) {
-        continue;
-      }
+      const bool stamp = message.type == VOMTP_MESSAGE_TIME_STAMP;
       // A frame already past its wait when the hold came may still go out.
-      EXPECT_FALSE(message.at > held + 50ms && message.at < released) << entry.name << " " << message.words[0];
-      if (message.at <= held + 50ms) {
+      EXPECT_FALSE(stamp && message.at > held + 50ms && message.at < released) << entry.name << " " << message.words[0];
+      if (stamp && message.at <= held + 50ms) {
         before = message.words[0];
-      } else if (message.at >= released && after == vomtpplayer::kNoTime) {
+      } else if (stamp && after == vomtpplayer::kNoTime) {
         after = message.words[0];
         afterAt = message.at;
-      } else if (message.at >= released) {
+      } else if (stamp) {
         // Paced from there on: a clock that ran on while paused would let the late frames burst.
-        const auto wall = std::chrono::duration_cast<std::chrono::milliseconds>(message.at - afterAt).count();
-        EXPECT_NEAR(double(message.words[0] - after), double(wall), 60) << entry.name;
+        EXPECT_NEAR(double(message.words[0] - after), (std::chrono::duration<double, std::milli>(message.at - afterAt).count()), 60)
+            << entry.name;
       }
     }
     ASSERT_TRUE(before != vomtpplayer::kNoTime && after != vomtpplayer::kNoTime) << entry.name;
