@@ -55,5 +55,34 @@ TEST_P(AvPlayerPlaybackTest, PlaysTheServiceAsFfmpegDecodesIt) {
 INSTANTIATE_TEST_SUITE_P(Streams, AvPlayerPlaybackTest, testing::ValuesIn(kCases),
                          [](const auto& aInfo) { return std::string(aInfo.param.name); });
 
+// In the player library's window (under a virtual X server of 1024 x 768), the AV player fills
+// the screen that the library reports with the background when play starts, and a new screen
+// size places the window at the origin at that size.
+TEST_F(FileTunerTest, WindowTakesTheBackgroundAtTheScreensSize) {
+  if (!std::getenv("DISPLAY")) {
+    GTEST_SKIP() << "no display";
+  }
+  uintptr_t window = 1;
+  OmbrixHalTunerClose(tuner);
+  restart(1, reinterpret_cast<uintptr_t>(&window));
+  tuner = OmbrixHalTunerOpen("digitalFile");
+  load(readBinary(ffmpegStreams() + kCases[2].file));
+  OmbrixHalAvPlayerHandle player = OmbrixHalAvPlayerOpen(tuner);
+  ASSERT_EQ(OmbrixHalAvPlayerSetParameter(player, &kCases[2].service) + OmbrixHalAvPlayerPlay(player), 2);
+  const struct { int32_t width, height; } cases[] = {{1024, 768}, {640, 360}};
+  for (const auto& entry : cases) {
+    ASSERT_TRUE(entry.width == 1024 || (OmbrixHalAvPlayerSetScreen(player, &entry.width, &entry.height) == 1 &&
+                                        OmbrixHalAvPlayerPlatformSetFullScreenType(3) == 1));
+    const std::vector<uint8_t> screen = grabScreen(1024, 768);
+    ASSERT_EQ(screen.size(), 1024u * 768 * 3);
+    for (size_t at = 0; at < screen.size(); ++at) {
+      const size_t x = at / 3 % 1024, y = at / 3 / 1024;
+      ASSERT_EQ(screen[at], x < size_t(entry.width) && y < size_t(entry.height) ? 10 : 0) << entry.width << ": " << x << "," << y;
+    }
+  }
+  OmbrixHalAvPlayerStop(player);
+  OmbrixHalAvPlayerClose(player);
+}
+
 }  // namespace
 }  // namespace ombrixhal::test

@@ -31,13 +31,14 @@ const Service kServices[] = {
     {"VideoPidMissing", "mpeg2.ts", 0x101, 0x1FF0, 0, 0},
 };
 
-struct Message { int32_t type; uint32_t words[5]; };
+using Time = std::chrono::steady_clock::time_point;
+struct Message { int32_t type; uint32_t words[5]; Time at; };
 std::mutex messagesMutex;
 std::vector<Message> messages;
 
 int32_t record(int32_t aType, const uint32_t* aPayload) {
   std::lock_guard lock(messagesMutex);
-  messages.push_back({aType, {aPayload[0], aPayload[1], aPayload[2], aPayload[3], aPayload[4]}});
+  messages.push_back({aType, {aPayload[0], aPayload[1], aPayload[2], aPayload[3], aPayload[4]}, std::chrono::steady_clock::now()});
   return 1;
 }
 
@@ -46,13 +47,19 @@ uint64_t countMessages(int32_t aType) {
   return uint64_t(std::count_if(messages.begin(), messages.end(), [&](auto& aMessage) { return aMessage.type == aType; }));
 }
 
+void waitForMessages(int32_t aType, uint64_t aCount) {
+  for (int wait = 0; wait < 3000 && countMessages(aType) < aCount; ++wait) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
 class PlayerTest : public testing::Test {
  protected:
   void SetUp() override { messages.clear(); }
   // Plays the service headless into a directory of its own, with the library's calls in the
   // HAL's order, the data in the chunks that the HAL stages; the output directory.
   std::string play(const Service& aService, const std::string& aEvery = "1", uint32_t aVolume = 100,
-                   const std::function<void()>& aBeforeStop = [] {}) {
+                   const std::function<void(voMTPHandle)>& aBeforeStop = [](voMTPHandle) {}) {
     std::string directory = testing::UnitTest::GetInstance()->current_test_info()->name();
     std::replace(directory.begin(), directory.end(), '/', '-');
     std::filesystem::remove_all(directory);
@@ -69,7 +76,7 @@ class PlayerTest : public testing::Test {
       voMTPSendData(decoder, stream.data() + at, uint32_t(std::min<size_t>(48128, stream.size() - at)),
                     aService.audioPid | aService.videoPid << 13, VOMTP_SEND_FLAG_TS);
     }
-    aBeforeStop();
+    aBeforeStop(decoder);
     EXPECT_EQ(voMTPStop(decoder), 0);
     EXPECT_EQ(voMTPClose(decoder), 0);
     voMTPUnInit();
@@ -161,12 +168,9 @@ TEST_F(PlayerTest, PacedPlayPresentsEachPictureOnTime) {
   const Service& service = kServices[2];
   const uint64_t pictures = probeFrames(service.file, service.videoPid, "pkt_size").size();
   setenv("VOMTP_PLAYER_PACED", "1", 1);
-  const std::string directory = play(service, "1000", 100, [&] {
-    // Without a drain at Stop the last pictures stay in the parser and decoder.
-    for (int wait = 0; wait < 3000 && countMessages(VOMTP_MESSAGE_TIME_STAMP) + 3 < pictures; ++wait) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-  });
+  // Without a drain at Stop the last pictures stay in the parser and decoder.
+  const std::string directory =
+      play(service, "1000", 100, [&](voMTPHandle) { waitForMessages(VOMTP_MESSAGE_TIME_STAMP, pictures - 3); });
   unsetenv("VOMTP_PLAYER_PACED");
   std::ifstream timeline(directory + "/timeline.txt");
   uint64_t lines = 0;
@@ -176,6 +180,56 @@ TEST_F(PlayerTest, PacedPlayPresentsEachPictureOnTime) {
     EXPECT_LE(std::llabs(presented - time), 40) << line;
   }
   EXPECT_GE(lines + 3, pictures);
+}
+
+// Played in real time and held for 600 ms: nothing is presented while held; after a pause the
+// clock goes on from where it stood, after a suspension from the time it is now.
+TEST_F(PlayerTest, HoldingStopsPresentationAndReleaseContinues) {
+  using namespace std::chrono_literals;
+  const struct {
+    const char* name;
+    const Service& service;
+    int32_t (*hold)(voMTPHandle), (*release)(voMTPHandle);
+    int64_t minimumGap, maximumGap;  // stream time from the last stamp before to the first after
+  } cases[] = {
+      {"pause", kServices[2], voMTPPause, voMTPRun, 1, 150},
+      {"video", kServices[2], voMTPSuspendVideo, voMTPResumeVideo, 550, 800},
+      {"audio", kServices[4], voMTPSuspendAudio, voMTPResumeAudio, 550, 800},
+  };
+  setenv("VOMTP_PLAYER_PACED", "1", 1);
+  for (const auto& entry : cases) {
+    messages.clear();
+    Time held, released, afterAt;
+    play(entry.service, "1000", 100, [&](voMTPHandle aDecoder) {
+      waitForMessages(VOMTP_MESSAGE_TIME_STAMP, 10);
+      held = std::chrono::steady_clock::now();
+      EXPECT_EQ(entry.hold(aDecoder), 0);
+      std::this_thread::sleep_for(600ms);
+      released = std::chrono::steady_clock::now();
+      EXPECT_EQ(entry.release(aDecoder), 0);
+      waitForMessages(VOMTP_MESSAGE_TIME_STAMP, countMessages(VOMTP_MESSAGE_TIME_STAMP) + 5);
+    });
+    std::lock_guard lock(messagesMutex);
+    int64_t before = vomtpplayer::kNoTime, after = vomtpplayer::kNoTime;
+    for (const Message& message : messages) {
+      const bool stamp = message.type == VOMTP_MESSAGE_TIME_STAMP;
+      // A frame already past its wait when the hold came may still go out.
+      EXPECT_FALSE(stamp && message.at > held + 50ms && message.at < released) << entry.name << " " << message.words[0];
+      if (stamp && message.at <= held + 50ms) {
+        before = message.words[0];
+      } else if (stamp && after == vomtpplayer::kNoTime) {
+        after = message.words[0];
+        afterAt = message.at;
+      } else if (stamp) {
+        // Paced from there on: a clock that ran on while paused would let the late frames burst.
+        EXPECT_NEAR(double(message.words[0] - after), (std::chrono::duration<double, std::milli>(message.at - afterAt).count()), 60)
+            << entry.name;
+      }
+    }
+    ASSERT_TRUE(before != vomtpplayer::kNoTime && after != vomtpplayer::kNoTime) << entry.name;
+    EXPECT_TRUE(after - before >= entry.minimumGap && after - before <= entry.maximumGap) << entry.name << after - before;
+  }
+  unsetenv("VOMTP_PLAYER_PACED");
 }
 
 // Mean colour of each quarter of the aWidth x aHeight region at aX, aY of an RGB picture aStride
@@ -209,20 +263,17 @@ TEST_F(PlayerTest, WindowShowsThePicturePillarboxedInTheDrawRectangle) {
   voMTPSetFullScreenFormat(decoder, 1);
   voMTPRun(decoder);
   voMTPSendData(decoder, stream.data(), uint32_t(stream.size()), service.audioPid | service.videoPid << 13, 0);
-  for (int wait = 0; wait < 1000 && countMessages(VOMTP_MESSAGE_TIME_STAMP) < 25; ++wait) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
+  waitForMessages(VOMTP_MESSAGE_TIME_STAMP, 25);
   voMTPPause(decoder);
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   const uint64_t shown = countMessages(VOMTP_MESSAGE_TIME_STAMP) - 1;
-  runCommand("ffmpeg -v error -f x11grab -draw_mouse 0 -video_size 800x480 -i " + std::string(std::getenv("DISPLAY")) +
-             " -frames:v 1 -y screen.ppm");
+  const std::vector<uint8_t> screen = grabScreen(800, 480);
   runCommand("ffmpeg -v error -i " + ffmpegStreams() + service.file + " -map 0:i:" + std::to_string(service.videoPid) +
              " -vf \"select=eq(n\\," + std::to_string(shown) + ")\" -frames:v 1 -y shown.ppm");
   voMTPStop(decoder);
   voMTPClose(decoder);
   voMTPUnInit();
-  const std::vector<uint8_t> screen = pixels("screen.ppm"), picture = pixels("shown.ppm");
+  const std::vector<uint8_t> picture = pixels("shown.ppm");
   ASSERT_EQ(screen.size(), 800u * 480 * 3);
   ASSERT_EQ(picture.size(), 320u * 240 * 3);
   // The picture fills x 80 to 559, y 60 to 419: 480 x 360.

@@ -271,6 +271,8 @@ VOMTP_API int32_t voMTPUnInit(void) {
   for (auto& [handle, player] : players) {
     player->stop();
   }
+  players.clear();
+  closeScreen();
   return 0;
 }
 

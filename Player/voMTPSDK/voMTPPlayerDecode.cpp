@@ -276,10 +276,12 @@ void Player::presentPicture(const AVFrame& aFrame, int64_t aMs) {
     message(VOMTP_MESSAGE_VIDEO_FORMAT, 0, uint32_t(aFrame.width), uint32_t(aFrame.height),
             aFrame.interlaced_frame ? 1u : 0u);
   }
-  if (!waitRunning() || mVideoSuspended) {
+  if (!waitRunning()) {
     return;
   }
-  if (mSettings.paced && !waitUntil(aMs)) {
+  // Suspended pictures still keep to the clock, unseen: resuming then shows the picture of the
+  // moment instead of racing through what the suspension skipped.
+  if ((mSettings.paced && !waitUntil(aMs)) || mVideoSuspended) {
     return;
   }
   // Read on the clock even unpaced, where the timeline then shows how far ahead decoding runs.
@@ -297,11 +299,12 @@ void Player::presentSamples(int16_t* aSamples, int aFrames, int aChannels, int a
       aSamples[index] = int16_t(int32_t(aSamples[index]) * int32_t(volume) / 100);
     }
   }
-  if (!waitRunning() || mAudioSuspended) {
+  if (!waitRunning()) {
     return;
   }
-  // Without an audio device to pace it, audio keeps to the system clock.
-  if (mSettings.paced && !mOutput->audioPaces() && !waitUntil(aMs)) {
+  // Without an audio device to pace it, audio keeps to the system clock; so do suspended samples,
+  // which the device never takes, so that resuming goes on from the moment.
+  if ((mSettings.paced && (mAudioSuspended || !mOutput->audioPaces()) && !waitUntil(aMs)) || mAudioSuspended) {
     return;
   }
   mOutput->samples(aSamples, aFrames, aChannels, aRate, aMs);

@@ -1,10 +1,15 @@
-// The outputs of a decoder. The window is created, drawn and destroyed on the video thread and
-// the audio device is fed from the audio thread; SDL's subsystems are started under one lock.
+// The outputs of a decoder. The library's one window is drawn on the video threads and filled
+// and placed by the HAL's host calls, and the audio device is fed from the audio thread; SDL's
+// subsystems are started under one lock.
 #include "voMTPPlayerOutput.h"
+
+#include "voMTPHostWindow.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <thread>
+#include <utility>
 
 extern "C" {
 #include <libavutil/pixdesc.h>
@@ -29,6 +34,44 @@ bool startSdl(uint32_t aSubsystem) {
 void stopSdl(uint32_t aSubsystem) {
   std::lock_guard lock(sdlMutex());
   SDL_QuitSubSystem(aSubsystem);
+}
+
+// The window that stands for the application's, shared by the decoders and the HAL's host calls
+// and kept until the library is uninitialised. Every SDL video call goes under its lock, and it
+// renders in software, so that whichever thread holds the lock may draw.
+struct Screen {
+  std::mutex mutex;
+  bool videoInit = false;
+  SDL_Window* window = nullptr;
+  SDL_Renderer* renderer = nullptr;
+  // The keys' thread, while a window procedure is set.
+  std::mutex keysMutex;
+  std::thread keys;
+  std::atomic<voMTPHostWindowProcedure> procedure{nullptr};
+};
+
+Screen& screen() {
+  static Screen* instance = new Screen;  // never destroyed: a call during exit still finds it
+  return *instance;
+}
+
+bool startVideo(Screen& aScreen) {
+  if (!aScreen.videoInit) {
+    aScreen.videoInit = startSdl(SDL_INIT_VIDEO);
+  }
+  return aScreen.videoInit;
+}
+
+// Under the screen's lock: the renderer of the window, made aWidth x aHeight at the screen's
+// origin when there is none yet; null with SDL's error.
+SDL_Renderer* openScreen(Screen& aScreen, int aWidth, int aHeight) {
+  if (!aScreen.window && startVideo(aScreen)) {
+    aScreen.window = SDL_CreateWindow("voMTP", 0, 0, aWidth, aHeight, 0);
+  }
+  if (aScreen.window && !aScreen.renderer) {
+    aScreen.renderer = SDL_CreateRenderer(aScreen.window, -1, SDL_RENDERER_SOFTWARE);
+  }
+  return aScreen.renderer;
 }
 
 void putLittle(std::FILE* aFile, uint32_t aValue, int aBytes) {
@@ -64,6 +107,7 @@ Output::~Output() {
   finish();
   closeWindow();
   sws_freeContext(mScaler);
+  sws_freeContext(mYuvScaler);
   if (mAudioDevice) {
     SDL_CloseAudioDevice(mAudioDevice);
   }
@@ -73,22 +117,104 @@ Output::~Output() {
 }
 
 void Output::closeWindow() {
+  std::lock_guard lock(screen().mutex);
   if (mTexture) {
     SDL_DestroyTexture(mTexture);
     mTexture = nullptr;
   }
-  if (mRenderer) {
-    SDL_DestroyRenderer(mRenderer);
-    mRenderer = nullptr;
+}
+
+namespace {
+constexpr uint32_t kKeyDown = 0x0100, kKeyUp = 0x0101;
+constexpr intptr_t kRepeat = intptr_t{1} << 30;
+constexpr auto kKeyPoll = std::chrono::milliseconds(20);
+
+// The device window system's virtual-key code of an SDL key; 0 for one without.
+uintptr_t virtualKey(SDL_Keycode aKey) {
+  if ((aKey >= SDLK_0 && aKey <= SDLK_9) || aKey == SDLK_SPACE) {
+    return uintptr_t(aKey);  // the same codes as ASCII
   }
-  if (mWindow) {
-    SDL_DestroyWindow(mWindow);
-    mWindow = nullptr;
+  if (aKey >= SDLK_a && aKey <= SDLK_z) {
+    return uintptr_t(aKey - SDLK_a + 'A');
   }
-  if (mVideoInit) {
+  if (aKey >= SDLK_KP_1 && aKey <= SDLK_KP_9) {
+    return uintptr_t(0x61 + aKey - SDLK_KP_1);
+  }
+  if (aKey >= SDLK_F1 && aKey <= SDLK_F12) {
+    return uintptr_t(0x70 + aKey - SDLK_F1);
+  }
+  static const std::pair<SDL_Keycode, uintptr_t> kKeys[] = {
+      {SDLK_KP_0, 0x60},      {SDLK_UP, 0x26},         {SDLK_DOWN, 0x28},        {SDLK_LEFT, 0x25},
+      {SDLK_RIGHT, 0x27},     {SDLK_RETURN, 0x0d},     {SDLK_KP_ENTER, 0x0d},    {SDLK_BACKSPACE, 0x08},
+      {SDLK_ESCAPE, 0x1b},    {SDLK_APPLICATION, 0x5d}, {SDLK_PAGEUP, 0x21},     {SDLK_PAGEDOWN, 0x22},
+      {SDLK_VOLUMEUP, 0xaf},  {SDLK_VOLUMEDOWN, 0xae}, {SDLK_AUDIOMUTE, 0xad},   {SDLK_MUTE, 0xad},
+      {SDLK_PLUS, 0xbb},      {SDLK_EQUALS, 0xbb},     {SDLK_MINUS, 0xbd},
+  };
+  for (const auto& [key, code] : kKeys) {
+    if (key == aKey) {
+      return code;
+    }
+  }
+  return 0;
+}
+
+// Takes the window's key events and hands them to the procedure as window messages, outside the
+// window's lock: the procedure may well call the library again.
+void deliverKeys(Screen& aScreen) {
+  struct Message {
+    uint32_t message;
+    uintptr_t key;
+    intptr_t flags;
+  };
+  std::vector<Message> messages;
+  while (voMTPHostWindowProcedure procedure = aScreen.procedure) {
+    void* window = nullptr;
+    {
+      std::lock_guard lock(aScreen.mutex);
+      SDL_Event event;
+      while (aScreen.window && SDL_PollEvent(&event)) {
+        const uintptr_t key = event.type == SDL_KEYDOWN || event.type == SDL_KEYUP ? virtualKey(event.key.keysym.sym) : 0;
+        if (key != 0) {
+          messages.push_back({event.type == SDL_KEYDOWN ? kKeyDown : kKeyUp, key, event.key.repeat ? kRepeat : 0});
+        }
+      }
+      window = aScreen.window;
+    }
+    for (const Message& message : messages) {
+      procedure(window, message.message, message.key, message.flags);
+    }
+    messages.clear();
+    std::this_thread::sleep_for(kKeyPoll);
+  }
+}
+
+void setProcedure(Screen& aScreen, voMTPHostWindowProcedure aProcedure) {
+  std::lock_guard lock(aScreen.keysMutex);
+  aScreen.procedure = aProcedure;
+  if (!aProcedure && aScreen.keys.joinable()) {
+    aScreen.keys.join();
+  } else if (aProcedure && !aScreen.keys.joinable()) {
+    aScreen.keys = std::thread(deliverKeys, std::ref(aScreen));
+  }
+}
+}  // namespace
+
+void closeScreen() {
+  Screen& state = screen();
+  setProcedure(state, nullptr);
+  std::lock_guard lock(state.mutex);
+  if (state.renderer) {
+    SDL_DestroyRenderer(state.renderer);
+  }
+  if (state.window) {
+    SDL_DestroyWindow(state.window);
+  }
+  if (state.videoInit) {
     stopSdl(SDL_INIT_VIDEO);
-    mVideoInit = false;
   }
+  state.renderer = nullptr;
+  state.window = nullptr;
+  state.videoInit = false;
 }
 
 void Output::setDrawRect(const Rect& aRect) {
@@ -141,67 +267,43 @@ void Output::writeImage(const AVFrame& aFrame, uint32_t aIndex) {
   std::fclose(file);
 }
 
-bool Output::openWindow() {
-  if (mWindow || mWindowFailed) {
-    return mWindow != nullptr;
+SDL_Renderer* Output::openWindow() {
+  if (mWindowFailed) {
+    return nullptr;
   }
-  mVideoInit = startSdl(SDL_INIT_VIDEO);
   Rect rect;
   {
     std::lock_guard lock(mLayoutMutex);
     rect = mDrawRect;
   }
-  // The window stands for the application's, at the screen's origin as the HAL places it: at
-  // least the screen the HAL assumes.
-  const int width = std::max(800, rect.x + rect.width), height = std::max(480, rect.y + rect.height);
-  if (mVideoInit) {
-    mWindow = SDL_CreateWindow("voMTP", 0, 0, width, height, 0);
-  }
-  if (mWindow) {
-    mRenderer = SDL_CreateRenderer(mWindow, -1, 0);
-  }
-  if (!mRenderer) {
+  // At the screen's origin as the HAL places it: at least the screen the HAL assumes.
+  SDL_Renderer* renderer = openScreen(screen(), std::max(800, rect.x + rect.width), std::max(480, rect.y + rect.height));
+  if (!renderer) {
     mPlayer.reportOnce("window", std::string("no window, playing without pictures: ") + SDL_GetError());
     mWindowFailed = true;
-    return false;
   }
-  return true;
+  return renderer;
 }
 
 void Output::draw(const AVFrame& aFrame) {
-  if (!openWindow()) {
-    return;
-  }
-  SDL_PumpEvents();
-  if (!mTexture || mTextureWidth != aFrame.width || mTextureHeight != aFrame.height) {
-    if (mTexture) {
-      SDL_DestroyTexture(mTexture);
-    }
-    mTexture = SDL_CreateTexture(mRenderer, SDL_PIXELFORMAT_IYUV, SDL_TEXTUREACCESS_STREAMING, aFrame.width,
-                                 aFrame.height);
-    mTextureWidth = aFrame.width;
-    mTextureHeight = aFrame.height;
-  }
-  if (!mTexture) {
-    return;
-  }
-  if (aFrame.format == AV_PIX_FMT_YUV420P) {
-    SDL_UpdateYUVTexture(mTexture, nullptr, aFrame.data[0], aFrame.linesize[0], aFrame.data[1], aFrame.linesize[1],
-                         aFrame.data[2], aFrame.linesize[2]);
-  } else {
-    mScaler = sws_getCachedContext(mScaler, aFrame.width, aFrame.height, AVPixelFormat(aFrame.format), aFrame.width,
-                                   aFrame.height, AV_PIX_FMT_YUV420P, SWS_BICUBIC, nullptr, nullptr, nullptr);
-    const size_t luma = size_t(aFrame.width) * size_t(aFrame.height);
-    const int chromaWidth = (aFrame.width + 1) / 2;
-    mRgb.resize(luma + 2 * size_t(chromaWidth) * size_t((aFrame.height + 1) / 2));
-    uint8_t* planes[4] = {mRgb.data(), mRgb.data() + luma,
-                          mRgb.data() + luma + size_t(chromaWidth) * size_t((aFrame.height + 1) / 2), nullptr};
-    int strides[4] = {aFrame.width, chromaWidth, chromaWidth, 0};
-    if (!mScaler) {
+  const uint8_t* planes[3] = {aFrame.data[0], aFrame.data[1], aFrame.data[2]};
+  int strides[3] = {aFrame.linesize[0], aFrame.linesize[1], aFrame.linesize[2]};
+  if (aFrame.format != AV_PIX_FMT_YUV420P) {
+    mYuvScaler = sws_getCachedContext(mYuvScaler, aFrame.width, aFrame.height, AVPixelFormat(aFrame.format),
+                                      aFrame.width, aFrame.height, AV_PIX_FMT_YUV420P, SWS_BICUBIC, nullptr, nullptr,
+                                      nullptr);
+    if (!mYuvScaler) {
       return;
     }
-    sws_scale(mScaler, aFrame.data, aFrame.linesize, 0, aFrame.height, planes, strides);
-    SDL_UpdateYUVTexture(mTexture, nullptr, planes[0], strides[0], planes[1], strides[1], planes[2], strides[2]);
+    const size_t luma = size_t(aFrame.width) * size_t(aFrame.height);
+    const int chromaWidth = (aFrame.width + 1) / 2;
+    const size_t chroma = size_t(chromaWidth) * size_t((aFrame.height + 1) / 2);
+    mYuv.resize(luma + 2 * chroma);
+    uint8_t* converted[4] = {mYuv.data(), mYuv.data() + luma, mYuv.data() + luma + chroma, nullptr};
+    int convertedStrides[4] = {aFrame.width, chromaWidth, chromaWidth, 0};
+    sws_scale(mYuvScaler, aFrame.data, aFrame.linesize, 0, aFrame.height, converted, convertedStrides);
+    std::copy(converted, converted + 3, planes);
+    std::copy(convertedStrides, convertedStrides + 3, strides);
   }
   Rect area;
   FullScreen format;
@@ -210,8 +312,27 @@ void Output::draw(const AVFrame& aFrame) {
     area = mDrawRect;
     format = mFullScreen;
   }
+  std::lock_guard lock(screen().mutex);
+  SDL_Renderer* renderer = openWindow();
+  if (!renderer) {
+    return;
+  }
+  SDL_PumpEvents();
+  if (!mTexture || mTextureWidth != aFrame.width || mTextureHeight != aFrame.height) {
+    if (mTexture) {
+      SDL_DestroyTexture(mTexture);
+    }
+    mTexture = SDL_CreateTexture(renderer, SDL_PIXELFORMAT_IYUV, SDL_TEXTUREACCESS_STREAMING, aFrame.width,
+                                 aFrame.height);
+    mTextureWidth = aFrame.width;
+    mTextureHeight = aFrame.height;
+  }
+  if (!mTexture) {
+    return;
+  }
+  SDL_UpdateYUVTexture(mTexture, nullptr, planes[0], strides[0], planes[1], strides[1], planes[2], strides[2]);
   if (area.width <= 0 || area.height <= 0) {
-    SDL_GetRendererOutputSize(mRenderer, &area.width, &area.height);
+    SDL_GetRendererOutputSize(renderer, &area.width, &area.height);
   }
   const AVRational sar = aFrame.sample_aspect_ratio;
   const double aspect = double(aFrame.width) * (sar.num > 0 ? double(sar.num) / sar.den : 1.0) / aFrame.height;
@@ -220,10 +341,10 @@ void Output::draw(const AVFrame& aFrame) {
   const SDL_Rect from = {int(source[0] * aFrame.width), int(source[1] * aFrame.height),
                          int(source[2] * aFrame.width), int(source[3] * aFrame.height)};
   const SDL_Rect to = {placed.x, placed.y, placed.width, placed.height};
-  SDL_SetRenderDrawColor(mRenderer, kBackground, kBackground, kBackground, 255);
-  SDL_RenderClear(mRenderer);
-  SDL_RenderCopy(mRenderer, mTexture, &from, &to);
-  SDL_RenderPresent(mRenderer);
+  SDL_SetRenderDrawColor(renderer, kBackground, kBackground, kBackground, 255);
+  SDL_RenderClear(renderer);
+  SDL_RenderCopy(renderer, mTexture, &from, &to);
+  SDL_RenderPresent(renderer);
 }
 
 void Output::samples(const int16_t* aSamples, int aFrames, int aChannels, int aRate, int64_t aPtsMs) {
@@ -306,3 +427,60 @@ void Output::finish() {
 }
 
 }  // namespace vomtpplayer
+
+using namespace vomtpplayer;
+
+extern "C" {
+
+VOMTP_API int32_t voMTPHostScreenSize(int32_t aIndex) {
+  Screen& state = screen();
+  std::lock_guard lock(state.mutex);
+  SDL_DisplayMode mode{};
+  if (settingsFromEnvironment().headless || !startVideo(state) || SDL_GetDesktopDisplayMode(0, &mode) != 0) {
+    return 0;
+  }
+  return aIndex == 0 ? mode.w : aIndex == 1 ? mode.h : 0;
+}
+
+VOMTP_API int32_t voMTPHostFillWindow(int32_t aWidth, int32_t aHeight, uint32_t aColour) {
+  if (settingsFromEnvironment().headless) {
+    return 1;
+  }
+  Screen& state = screen();
+  std::lock_guard lock(state.mutex);
+  SDL_Renderer* renderer = openScreen(state, aWidth, aHeight);
+  if (!renderer) {
+    return 0;
+  }
+  const SDL_Rect rect = {0, 0, aWidth, aHeight};
+  SDL_SetRenderDrawColor(renderer, uint8_t(aColour), uint8_t(aColour >> 8), uint8_t(aColour >> 16), 255);
+  SDL_RenderFillRect(renderer, &rect);
+  SDL_RenderPresent(renderer);
+  SDL_PumpEvents();
+  return 1;
+}
+
+VOMTP_API int32_t voMTPHostSetWindowProcedure(voMTPHostWindowProcedure aProcedure) {
+  setProcedure(screen(), aProcedure);
+  return 1;
+}
+
+VOMTP_API int32_t voMTPHostPlaceWindow(int32_t aWidth, int32_t aHeight) {
+  if (settingsFromEnvironment().headless) {
+    return 1;
+  }
+  Screen& state = screen();
+  std::lock_guard lock(state.mutex);
+  if (!openScreen(state, aWidth, aHeight)) {
+    return 0;
+  }
+  SDL_SetWindowSize(state.window, aWidth, aHeight);
+  SDL_SetWindowPosition(state.window, 0, 0);
+  SDL_SetWindowAlwaysOnTop(state.window, SDL_TRUE);
+  SDL_ShowWindow(state.window);
+  SDL_RaiseWindow(state.window);
+  SDL_PumpEvents();
+  return 1;
+}
+
+}  // extern "C"

@@ -29,7 +29,7 @@ class Output {
   // True while audio goes, or may still go, to a device that keeps the clock.
   bool audioPaces() const { return !(mSettings.headless && !mSettings.headlessDirectory.empty()) && !mAudioFailed; }
   void pauseAudio(bool aPaused);
-  // On the video thread, when it ends: the window goes with the thread that made it.
+  // On the video thread, when it ends: its texture goes, the library's window stays.
   void closeWindow();
   // After the threads ended: completes the files.
   void finish();
@@ -38,7 +38,8 @@ class Output {
   void setFullScreen(FullScreen aFormat);
 
  private:
-  bool openWindow();
+  // Under the window's lock: its renderer, or null when there is no window.
+  SDL_Renderer* openWindow();
   void draw(const AVFrame& aFrame);
   void writeImage(const AVFrame& aFrame, uint32_t aIndex);
 
@@ -50,20 +51,23 @@ class Output {
 
   SwsContext* mScaler = nullptr;
   std::vector<uint8_t> mRgb;
+  SwsContext* mYuvScaler = nullptr;  // for the window, of pictures in other formats than 4:2:0
+  std::vector<uint8_t> mYuv;
   std::FILE* mTimeline = nullptr;
   std::FILE* mWav = nullptr;
   uint64_t mWavBytes = 0;
   int mWavChannels = 0, mWavRate = 0;
 
-  bool mVideoInit = false, mWindowFailed = false, mAudioInit = false;
+  bool mWindowFailed = false, mAudioInit = false;
   std::atomic<bool> mAudioFailed{false};
-  SDL_Window* mWindow = nullptr;
-  SDL_Renderer* mRenderer = nullptr;
-  SDL_Texture* mTexture = nullptr;
+  SDL_Texture* mTexture = nullptr;  // the library window's, under its lock
   int mTextureWidth = 0, mTextureHeight = 0;
   std::atomic<SDL_AudioDeviceID> mAudioDevice{0};  // paused and resumed from the control thread
   int mAudioChannels = 0, mAudioRate = 0;
 };
+
+// Closes the library's window, once no decoder is left.
+void closeScreen();
 
 }  // namespace vomtpplayer
 

@@ -52,6 +52,13 @@ inline std::vector<uint8_t> readBinary(const std::string& aPath) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+// The X display's top-left aWidth x aHeight as RGB pixels, grabbed by FFmpeg.
+inline std::vector<uint8_t> grabScreen(int aWidth, int aHeight) {
+  runCommand("ffmpeg -v error -f x11grab -draw_mouse 0 -video_size " + std::to_string(aWidth) + "x" +
+             std::to_string(aHeight) + " -i " + std::getenv("DISPLAY") + " -frames:v 1 -f rawvideo -pix_fmt rgb24 -y screen.rgb");
+  return readBinary("screen.rgb");
+}
+
 // A headless play's output directory: pictures presented (the timeline's lines), and the WAV
 // file's samples per channel.
 struct HeadlessOutput {

@@ -20,8 +20,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "OmbrixHal.h"
@@ -352,12 +354,49 @@ class Status {
   Clock::duration shown_ = -std::chrono::hours(1);
 };
 
+// The keys of the player's window, from the HAL's key events (on a thread of the player
+// library's), as the terminal keys that do the same.
+std::mutex windowKeysMutex;
+std::string windowKeys;
+
+void onWindowKey(void*, uint32_t aKey, uint32_t aEvent) {
+  static const std::pair<uint32_t, char> kKeys[] = {
+      {OMBRIX_HAL_KEY_EVENT_KEY_CHANNEL_UP, 'n'},  {OMBRIX_HAL_KEY_EVENT_KEY_RIGHT, 'n'},
+      {OMBRIX_HAL_KEY_EVENT_KEY_CHANNEL_DOWN, 'p'}, {OMBRIX_HAL_KEY_EVENT_KEY_LEFT, 'p'},
+      {OMBRIX_HAL_KEY_EVENT_KEY_VOLUME_UP, '+'},   {OMBRIX_HAL_KEY_EVENT_KEY_UP, '+'},
+      {OMBRIX_HAL_KEY_EVENT_KEY_VOLUME_DOWN, '-'}, {OMBRIX_HAL_KEY_EVENT_KEY_DOWN, '-'},
+      {OMBRIX_HAL_KEY_EVENT_KEY_MUTE, 'm'},        {OMBRIX_HAL_KEY_EVENT_KEY_OK, ' '},
+      {OMBRIX_HAL_KEY_EVENT_KEY_MENU, 'a'},        {OMBRIX_HAL_KEY_EVENT_KEY_EXIT, 'q'},
+      {OMBRIX_HAL_KEY_EVENT_KEY_BACK, 'q'},
+  };
+  for (const auto& [key, character] : kKeys) {
+    if (key == aKey && aEvent != OMBRIX_HAL_KEY_EVENT_RELEASED) {
+      std::lock_guard lock(windowKeysMutex);
+      windowKeys += character;
+    }
+  }
+}
+
+// The next key of the window, else of the terminal within `wait`; or 0.
+char nextKey(Keys& keys, std::chrono::milliseconds wait) {
+  {
+    std::lock_guard lock(windowKeysMutex);
+    if (!windowKeys.empty()) {
+      const char key = windowKeys.front();
+      windowKeys.erase(0, 1);
+      return key;
+    }
+  }
+  return keys.next(wait);
+}
+
 // Plays until the quit key, a signal, or the seconds asked for.
 void run(OmbrixHalTunerHandle tuner, const std::vector<Service>& services, const Options& options, std::FILE* out) {
   Player player(tuner);
   size_t current = options.service - 1;
   player.play(services[current]);
   Keys keys;
+  OmbrixHalKeyEventSetHandler(onWindowKey, nullptr);
   if (keys.terminal()) {
     std::fprintf(out, "keys: n/p next/previous service, +/- volume, m mute, space pause, a aspect ratio, q quit\n");
   }
@@ -371,7 +410,7 @@ void run(OmbrixHalTunerHandle tuner, const std::vector<Service>& services, const
                     service.name + "\" (" + std::to_string(service.number) + ") | " + player.state(),
                 changed);
     changed = true;
-    switch (keys.next(kKeyWait)) {
+    switch (nextKey(keys, kKeyWait)) {
       case 'q': interrupted = 1; break;
       case 'n': player.play(services[current = (current + 1) % services.size()]); break;
       case 'p': player.play(services[current = (current + services.size() - 1) % services.size()]); break;
@@ -383,6 +422,7 @@ void run(OmbrixHalTunerHandle tuner, const std::vector<Service>& services, const
       default: changed = false;
     }
   }
+  OmbrixHalKeyEventSetHandler(nullptr, nullptr);
   status.end();
 }
 
