@@ -39,3 +39,13 @@ run(${FFMPEG} -hide_banner -loglevel error -y
     -f lavfi -i testsrc2=size=320x240:rate=25 -f lavfi -i sine=frequency=440:sample_rate=44100 -t 4
     -map 0 -map 1 -map 2 -map 3 -c:v mpeg2video -b:v 2M -c:a mp2
     -program title=One:st=0:st=1 -program title=Two:st=2:st=3 -f mpegts ${OUT_DIR}/two-services.ts)
+
+# The other codecs the player library detects from the elementary stream alone: HEVC with AC-3,
+# and H.264 with AAC in LATM.
+foreach(codecs "hevc-ac3.ts;-c:v;libx265;-preset;ultrafast;-x265-params;log-level=error;-c:a;ac3"
+               "h264-latm.ts;-c:v;libx264;-preset;veryfast;-c:a;aac;-mpegts_flags;latm")
+  list(POP_FRONT codecs name)
+  run(${FFMPEG} -hide_banner -loglevel error -y
+      -f lavfi -i testsrc=size=352x288:rate=25 -f lavfi -i sine=frequency=1000:sample_rate=48000 -t 2
+      ${codecs} -f mpegts ${OUT_DIR}/${name})
+endforeach()

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cctype>
 #include <cmath>
 #include <filesystem>
 #include <functional>
@@ -12,6 +13,7 @@
 #include <thread>
 
 #include "OmbrixHalFfmpegProbe.h"
+#include "OmbrixHalStreamBuilder.h"
 #include "voMTPPlayer.h"
 
 namespace ombrixhal::test {
@@ -29,6 +31,8 @@ const Service kServices[] = {
     {"VideoOnly", "two-services.ts", 0, 0x100, 352, 288},
     {"AudioOnly", "h264.ts", 0x101, 0, 0, 0},
     {"VideoPidMissing", "mpeg2.ts", 0x101, 0x1FF0, 0, 0},
+    {"HevcAc3", "hevc-ac3.ts", 0x101, 0x100, 352, 288},
+    {"H264Latm", "h264-latm.ts", 0x101, 0x100, 352, 288},
 };
 
 using Time = std::chrono::steady_clock::time_point;
@@ -71,7 +75,8 @@ class PlayerTest : public testing::Test {
     EXPECT_EQ(voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, record), 0);
     EXPECT_EQ(voMTPSetVolume(decoder, aVolume), 0);
     EXPECT_EQ(voMTPRun(decoder), 0);
-    const std::vector<uint8_t> stream = readBinary(ffmpegStreams() + aService.file);
+    std::vector<uint8_t> stream = readBinary(ffmpegStreams() + aService.file);
+    damage(stream);
     for (size_t at = 0; at < stream.size(); at += 48128) {
       voMTPSendData(decoder, stream.data() + at, uint32_t(std::min<size_t>(48128, stream.size() - at)),
                     aService.audioPid | aService.videoPid << 13, VOMTP_SEND_FLAG_TS);
@@ -82,6 +87,7 @@ class PlayerTest : public testing::Test {
     voMTPUnInit();
     return directory;
   }
+  std::function<void(std::vector<uint8_t>&)> damage = [](std::vector<uint8_t>&) {};
 };
 
 class PlayerServiceTest : public PlayerTest, public testing::WithParamInterface<Service> {};
@@ -107,6 +113,126 @@ TEST_P(PlayerServiceTest, PresentsWhatFfmpegDecodes) {
 
 INSTANTIATE_TEST_SUITE_P(Streams, PlayerServiceTest, testing::ValuesIn(kServices),
                          [](const auto& aInfo) { return std::string(aInfo.param.name); });
+
+// Damaged reception: the library decodes on through it (and the sanitizers watch the decoders'
+// error paths), presenting most of the pictures and sound.
+TEST_F(PlayerTest, PlaysThroughDamage) {
+  const struct { const char* name; void (*damage)(Bytes&); } cases[] = {
+      {"flipped payload bytes", [](Bytes& aStream) {
+         for (size_t at = 100; at < aStream.size(); at += 61 * 188) aStream[at] ^= 0xFF;
+       }},
+      {"lost packets", [](Bytes& aStream) {
+         for (size_t at = 400 * 188; at + 188 <= aStream.size(); at += 399 * 188) {
+           aStream.erase(aStream.begin() + std::ptrdiff_t(at), aStream.begin() + std::ptrdiff_t(at + 188));
+         }
+       }},
+      {"bytes lost between packets", [](Bytes& aStream) {
+         for (size_t at = 300 * 188; at + 5 <= aStream.size(); at += 300 * 188) {
+           aStream.erase(aStream.begin() + std::ptrdiff_t(at), aStream.begin() + std::ptrdiff_t(at + 5));
+         }
+       }},
+  };
+  for (const Service& service : {kServices[0], kServices[1]}) {
+    const uint64_t pictures = probeFrames(service.file, service.videoPid, "pkt_size").size();
+    for (const auto& entry : cases) {
+      damage = entry.damage;
+      const HeadlessOutput played = readHeadless(play(service, "1000"));
+      EXPECT_GT(played.pictures, pictures * 3 / 4) << service.name << ", " << entry.name;
+      EXPECT_GT(played.samples, 0u) << service.name << ", " << entry.name;
+    }
+  }
+}
+
+// The input queue keeps the newest data within its limit and counts what it dropped; a chunk
+// larger than the limit is dropped alone. Close hands on what is left, abort nothing.
+TEST(InputQueue, DropsTheOldestAndCountsIt) {
+  vomtpplayer::InputQueue queue(1000);
+  const auto push = [&](uint8_t aMarker, size_t aLength) { return queue.push(Bytes(aLength, aMarker).data(), aLength); };
+  EXPECT_TRUE(push(1, 400));
+  EXPECT_TRUE(push(2, 400));
+  EXPECT_FALSE(push(3, 400));
+  EXPECT_EQ(queue.dropped(), 400u);
+  EXPECT_FALSE(push(4, 1001));
+  EXPECT_EQ(queue.dropped(), 1401u);
+  queue.close();
+  EXPECT_TRUE(push(5, 10));  // ignored once closed
+  Bytes chunk;
+  for (uint8_t marker : {2, 3}) {
+    ASSERT_TRUE(queue.pop(chunk));
+    EXPECT_EQ(chunk, Bytes(400, marker));
+  }
+  EXPECT_FALSE(queue.pop(chunk));
+  vomtpplayer::InputQueue aborted(1000);
+  aborted.push(Bytes(10, 1).data(), 10);
+  aborted.abort();
+  EXPECT_FALSE(aborted.pop(chunk));
+}
+
+// Three PES packets (A and B unbounded on the video PID, C bounded on the audio PID) in five
+// packets with continuity counters 0 to 4, damaged in each way a reception can be: which PES
+// packets come out whole, in order, and how many before the flush at the end (A at B's start, C
+// as soon as its length is in, B only at the flush).
+TEST(Demultiplexer, HandsOnOnlyWholePesPackets) {
+  const Bytes pes[] = {pesWithPts(0xE0, 9000, 300), pesWithPts(0xE0, 12600, 300), pesWithPts(0xC0, 16200, 100)};
+  std::vector<Bytes> packets;
+  for (size_t index = 0; index < 3; ++index) {
+    Bytes bounded = pes[index];
+    if (index == 2) {
+      bounded[5] = uint8_t(bounded.size() - 6);
+    }
+    for (Bytes& packet : tsPacketsOf(bounded, false, index == 2 ? 0x101 : 0x100)) {
+      packet[3] = uint8_t(packet[3] | packets.size());
+      packets.push_back(std::move(packet));
+    }
+  }
+  ASSERT_EQ(packets.size(), 5u);
+  const struct {
+    const char* name;
+    std::string order;  // packets by index; e: with the error indicator, s: scrambled, a: adaptation field only
+    size_t chunk, garbage;
+    std::string whole;
+    size_t beforeFlush;
+  } cases[] = {
+      {"intact", "01234", 188 * 5, 0, "ACB", 2},
+      {"cut into odd chunks after garbage", "01234", 100, 7, "ACB", 2},
+      {"repeated packets", "0112234", 188, 0, "ACB", 2},
+      {"lost end of A", "0234", 188, 0, "CB", 1},
+      {"lost start of B", "0134", 188, 0, "C", 1},
+      {"errored", "0e1234", 188, 0, "CB", 1},
+      {"scrambled", "0s1234", 188, 0, "CB", 1},
+      {"adaptation field only between", "0a1234", 188, 0, "ACB", 2},
+  };
+  for (const auto& entry : cases) {
+    Bytes stream(entry.garbage, 0x11);
+    for (size_t at = 0; at < entry.order.size(); ++at) {
+      const char mark = entry.order[at];
+      Bytes packet = packets[size_t(std::isdigit(mark) ? mark - '0' : entry.order[at + 1] - '0')];
+      packet[1] = uint8_t(packet[1] | (mark == 'e' ? 0x80 : 0));
+      packet[3] = uint8_t(packet[3] | (mark == 's' ? 0x80 : 0));
+      if (mark == 'a') {
+        packet = tsPacketWith({}, false, 183, 0x100);
+        packet[3] = 0x20;  // the counter of packet 0: no payload, no step
+      }
+      if (!std::isdigit(mark) && mark != 'a') {
+        ++at;
+      }
+      stream.insert(stream.end(), packet.begin(), packet.end());
+    }
+    std::string whole;
+    vomtpplayer::Demultiplexer demultiplexer(0x101, 0x100, [&](bool aVideo, vomtpplayer::Pes&& aPes) {
+      const size_t index = aPes.pts == 9000 ? 0 : aPes.pts == 12600 ? 1 : 2;
+      EXPECT_EQ(aVideo, index < 2) << entry.name;
+      EXPECT_EQ(aPes.data, Bytes(pes[index].begin() + 14, pes[index].end())) << entry.name << " " << index;
+      whole += char('A' + index);
+    });
+    for (size_t at = 0; at < stream.size(); at += entry.chunk) {
+      demultiplexer.feed(stream.data() + at, std::min(entry.chunk, stream.size() - at));
+    }
+    EXPECT_EQ(whole.size(), entry.beforeFlush) << entry.name;
+    demultiplexer.flush();
+    EXPECT_EQ(whole, entry.whole) << entry.name;
+  }
+}
 
 // PPM pixels after the header.
 std::vector<uint8_t> pixels(const std::string& aPath) {

@@ -36,16 +36,17 @@ bool InputQueue::push(const uint8_t* aData, size_t aLength) {
   if (mClosed || mAborted) {
     return true;
   }
+  // A chunk that could never fit is dropped alone, not after everything queued before it.
+  if (aLength > mLimit) {
+    mDropped += aLength;
+    return false;
+  }
   bool kept = true;
   while (!mChunks.empty() && mBytes + aLength > mLimit) {
     mBytes -= mChunks.front().size();
     mDropped += mChunks.front().size();
     mChunks.pop_front();
     kept = false;
-  }
-  if (aLength > mLimit) {
-    mDropped += aLength;
-    return false;
   }
   mChunks.emplace_back(aData, aData + aLength);
   mBytes += aLength;
@@ -132,15 +133,18 @@ void Demultiplexer::packet(const uint8_t* aPacket) {
         return;
       }
     }
+    if (counter == stream.lastCounter && !stream.bytes.empty()) {
+      return;  // a repeated packet
+    }
+    const bool lost = counter != ((stream.lastCounter + 1) & 0x0F);
+    if (lost) {
+      // Hand on no fragment: a PES that lost a packet, its end included, is skipped.
+      stream.bytes.clear();
+    }
     if (unitStart) {
       emit(stream);
-    } else if (counter == stream.lastCounter && !stream.bytes.empty()) {
-      return;  // a repeated packet
-    } else if (stream.bytes.empty() || counter != ((stream.lastCounter + 1) & 0x0F)) {
-      // A packet was lost, or the start of this PES: skip to the next PES rather than hand on a
-      // fragment.
-      stream.bytes.clear();
-      stream.lastCounter = counter;
+    } else if (stream.bytes.empty()) {
+      stream.lastCounter = counter;  // not at a PES's start: wait for the next one
       return;
     }
     stream.lastCounter = counter;
