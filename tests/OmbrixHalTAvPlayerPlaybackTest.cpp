@@ -2,10 +2,13 @@
 // path): a "digitalFile" tuner plays FFmpeg's streams through the AV player into the library,
 // headless, and what it presents and decodes is FFmpeg's decode of the service's PIDs.
 #include <filesystem>
+#include <mutex>
+#include <thread>
 #include <numeric>
 
 #include "OmbrixHalFfmpegProbe.h"
 #include "OmbrixHalFileTunerFixture.h"
+#include "OmbrixHalKeyEvent.h"
 
 namespace ombrixhal::test {
 namespace {
@@ -57,8 +60,9 @@ INSTANTIATE_TEST_SUITE_P(Streams, AvPlayerPlaybackTest, testing::ValuesIn(kCases
 
 // In the player library's window (under a virtual X server of 1024 x 768), the AV player fills
 // the screen that the library reports with the background when play starts, and a new screen
-// size places the window at the origin at that size.
-TEST_F(FileTunerTest, WindowTakesTheBackgroundAtTheScreensSize) {
+// size places the window at the origin at that size. Keys typed into the window (by the X
+// server's test extension) reach the HAL's key handler.
+TEST_F(FileTunerTest, WindowTakesTheBackgroundAtTheScreensSizeAndGivesItsKeys) {
   if (!std::getenv("DISPLAY")) {
     GTEST_SKIP() << "no display";
   }
@@ -80,6 +84,28 @@ TEST_F(FileTunerTest, WindowTakesTheBackgroundAtTheScreensSize) {
       ASSERT_EQ(screen[at], x < size_t(entry.width) && y < size_t(entry.height) ? 10 : 0) << entry.width << ": " << x << "," << y;
     }
   }
+  using Keys = std::vector<std::pair<uint32_t, uint32_t>>;
+  static std::mutex keysMutex;
+  Keys keys;
+  OmbrixHalKeyEventSetHandler(
+      [](void* aKeys, uint32_t aKey, uint32_t aEvent) {
+        std::lock_guard lock(keysMutex);
+        static_cast<Keys*>(aKeys)->emplace_back(aKey, aEvent);
+      },
+      &keys);
+  runCommand("xdotool mousemove 100 100 key Escape Up");
+  const auto received = [&] {
+    std::lock_guard lock(keysMutex);
+    return keys.size();
+  };
+  for (int wait = 0; wait < 300 && received() < 4; ++wait) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  OmbrixHalKeyEventSetHandler(nullptr, nullptr);
+  EXPECT_EQ(keys, (Keys{{OMBRIX_HAL_KEY_EVENT_KEY_EXIT, OMBRIX_HAL_KEY_EVENT_PRESSED},
+                        {OMBRIX_HAL_KEY_EVENT_KEY_EXIT, OMBRIX_HAL_KEY_EVENT_RELEASED},
+                        {OMBRIX_HAL_KEY_EVENT_KEY_UP, OMBRIX_HAL_KEY_EVENT_PRESSED},
+                        {OMBRIX_HAL_KEY_EVENT_KEY_UP, OMBRIX_HAL_KEY_EVENT_RELEASED}}));
   OmbrixHalAvPlayerStop(player);
   OmbrixHalAvPlayerClose(player);
 }
