@@ -7,9 +7,6 @@ namespace ombrixhal {
 
 // The receiver's TS reader library (libDibTSReader), or NULL when the search finds none.
 void* loadTsReaderLibrary() noexcept;
-// The entry point of that name in the player library that the process has already loaded, or
-// NULL; never loads it. Host only: the device's player library has no calls beyond the vendor's.
-void* findPlayerLibrarySymbol(const char* name) noexcept;
 // The entry point of that name in a loaded library, or NULL.
 void* findLibrarySymbol(void* library, const char* name) noexcept;
 void unloadLibrary(void* library) noexcept;

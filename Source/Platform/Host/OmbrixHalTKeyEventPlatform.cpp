@@ -2,7 +2,7 @@
 // answered 0 where the device's default window procedure would answer them. When the host
 // player library is the one loaded, the keys of its window come to the window procedure.
 #include "OmbrixHalKeyEvent.h"
-#include "OmbrixHalTLibrary.h"
+#include "Platform/Host/OmbrixHalTPlayerLibrary.h"
 #include "Platform/OmbrixHalTPlatformTable.h"
 #include "voMTPHostWindow.h"
 

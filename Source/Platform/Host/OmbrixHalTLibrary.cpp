@@ -1,6 +1,7 @@
 // Host libraries loaded at run time: the dynamic loader's search (LD_LIBRARY_PATH, then the
 // RUNPATH the build left, then the system's directories).
 #include "OmbrixHalTLibrary.h"
+#include "Platform/Host/OmbrixHalTPlayerLibrary.h"
 
 #include <dlfcn.h>
 

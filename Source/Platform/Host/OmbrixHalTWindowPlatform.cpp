@@ -4,8 +4,8 @@
 #include <chrono>
 #include <thread>
 
-#include "OmbrixHalTLibrary.h"
 #include "OmbrixHalTTestSeams.h"
+#include "Platform/Host/OmbrixHalTPlayerLibrary.h"
 #include "Platform/OmbrixHalTWindow.h"
 #include "voMTPHostWindow.h"
 
