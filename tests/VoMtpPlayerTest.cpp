@@ -57,6 +57,26 @@ void waitForMessages(int32_t aType, uint64_t aCount) {
   }
 }
 
+// A decoder of a library just initialised, reporting to record() when asked to.
+voMTPHandle openDecoder(voMTPOpenCallback aCallback = record) {
+  voMTPHandle decoder = nullptr;
+  EXPECT_EQ(voMTPInit(VOMTP_INIT_MEMORY), 0);
+  EXPECT_EQ(voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, aCallback), 0);
+  return decoder;
+}
+
+void closeDecoder(voMTPHandle aDecoder) {
+  EXPECT_EQ(voMTPStop(aDecoder), 0);
+  EXPECT_EQ(voMTPClose(aDecoder), 0);
+  voMTPUnInit();
+}
+
+// FFmpeg's decode of the service's pictures that aSelect picks, as PPM files named by aPattern.
+void decodeReference(const Service& aService, const std::string& aSelect, const std::string& aPattern) {
+  runCommand("ffmpeg -v error -i " + ffmpegStreams() + aService.file + " -map 0:i:" + std::to_string(aService.videoPid) +
+             " -vf \"select=" + aSelect + "\" -vsync passthrough -y " + aPattern);
+}
+
 class PlayerTest : public testing::Test {
  protected:
   void SetUp() override { messages.clear(); }
@@ -70,9 +90,7 @@ class PlayerTest : public testing::Test {
     std::filesystem::create_directory(directory);
     setenv("VOMTP_PLAYER_HEADLESS", directory.c_str(), 1);
     setenv("VOMTP_PLAYER_FRAME_EVERY", aEvery.c_str(), 1);
-    voMTPHandle decoder = nullptr;
-    EXPECT_EQ(voMTPInit(VOMTP_INIT_MEMORY), 0);
-    EXPECT_EQ(voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, record), 0);
+    voMTPHandle decoder = openDecoder();
     EXPECT_EQ(voMTPSetVolume(decoder, aVolume), 0);
     EXPECT_EQ(voMTPRun(decoder), 0);
     std::vector<uint8_t> stream = readBinary(ffmpegStreams() + aService.file);
@@ -82,9 +100,7 @@ class PlayerTest : public testing::Test {
                     aService.audioPid | aService.videoPid << 13, VOMTP_SEND_FLAG_TS);
     }
     aBeforeStop(decoder);
-    EXPECT_EQ(voMTPStop(decoder), 0);
-    EXPECT_EQ(voMTPClose(decoder), 0);
-    voMTPUnInit();
+    closeDecoder(decoder);
     return directory;
   }
   std::function<void(std::vector<uint8_t>&)> damage = [](std::vector<uint8_t>&) {};
@@ -114,6 +130,13 @@ TEST_P(PlayerServiceTest, PresentsWhatFfmpegDecodes) {
 INSTANTIATE_TEST_SUITE_P(Streams, PlayerServiceTest, testing::ValuesIn(kServices),
                          [](const auto& aInfo) { return std::string(aInfo.param.name); });
 
+// aLength bytes cut out of aStream at every aEvery bytes of the original.
+void cut(Bytes& aStream, size_t aEvery, size_t aLength) {
+  for (size_t at = aEvery; at + aLength <= aStream.size(); at += aEvery - aLength) {
+    aStream.erase(aStream.begin() + std::ptrdiff_t(at), aStream.begin() + std::ptrdiff_t(at + aLength));
+  }
+}
+
 // Damaged reception: the library decodes on through it (and the sanitizers watch the decoders'
 // error paths), presenting most of the pictures and sound.
 TEST_F(PlayerTest, PlaysThroughDamage) {
@@ -121,16 +144,8 @@ TEST_F(PlayerTest, PlaysThroughDamage) {
       {"flipped payload bytes", [](Bytes& aStream) {
          for (size_t at = 100; at < aStream.size(); at += 61 * 188) aStream[at] ^= 0xFF;
        }},
-      {"lost packets", [](Bytes& aStream) {
-         for (size_t at = 400 * 188; at + 188 <= aStream.size(); at += 399 * 188) {
-           aStream.erase(aStream.begin() + std::ptrdiff_t(at), aStream.begin() + std::ptrdiff_t(at + 188));
-         }
-       }},
-      {"bytes lost between packets", [](Bytes& aStream) {
-         for (size_t at = 300 * 188; at + 5 <= aStream.size(); at += 300 * 188) {
-           aStream.erase(aStream.begin() + std::ptrdiff_t(at), aStream.begin() + std::ptrdiff_t(at + 5));
-         }
-       }},
+      {"lost packets", [](Bytes& aStream) { cut(aStream, 400 * 188, 188); }},
+      {"bytes lost between packets", [](Bytes& aStream) { cut(aStream, 300 * 188, 5); }},
   };
   for (const Service& service : {kServices[0], kServices[1]}) {
     const uint64_t pictures = probeFrames(service.file, service.videoPid, "pkt_size").size();
@@ -170,52 +185,42 @@ TEST(InputQueue, DropsTheOldestAndCountsIt) {
 
 // Three PES packets (A and B unbounded on the video PID, C bounded on the audio PID) in five
 // packets with continuity counters 0 to 4, damaged in each way a reception can be: which PES
-// packets come out whole, in order, and how many before the flush at the end (A at B's start, C
-// as soon as its length is in, B only at the flush).
+// packets come out whole, in order, before and after ("|") the flush at the end. A comes at B's
+// start, C as soon as its length is in, B only at the flush.
 TEST(Demultiplexer, HandsOnOnlyWholePesPackets) {
   const Bytes pes[] = {pesWithPts(0xE0, 9000, 300), pesWithPts(0xE0, 12600, 300), pesWithPts(0xC0, 16200, 100)};
   std::vector<Bytes> packets;
   for (size_t index = 0; index < 3; ++index) {
     Bytes bounded = pes[index];
-    if (index == 2) {
-      bounded[5] = uint8_t(bounded.size() - 6);
-    }
+    bounded[5] = index == 2 ? uint8_t(bounded.size() - 6) : 0;
     for (Bytes& packet : tsPacketsOf(bounded, false, index == 2 ? 0x101 : 0x100)) {
       packet[3] = uint8_t(packet[3] | packets.size());
       packets.push_back(std::move(packet));
     }
   }
-  ASSERT_EQ(packets.size(), 5u);
+  Bytes adaptationOnly = tsPacketWith({}, false, 183, 0x100);
+  adaptationOnly[3] = 0x20;  // the counter of packet 0: no payload, no step
   const struct {
     const char* name;
-    std::string order;  // packets by index; e: with the error indicator, s: scrambled, a: adaptation field only
+    std::string order;  // packets by index; e, s: packet 1 errored, scrambled; a: adaptationOnly
     size_t chunk, garbage;
     std::string whole;
-    size_t beforeFlush;
   } cases[] = {
-      {"intact", "01234", 188 * 5, 0, "ACB", 2},
-      {"cut into odd chunks after garbage", "01234", 100, 7, "ACB", 2},
-      {"repeated packets", "0112234", 188, 0, "ACB", 2},
-      {"lost end of A", "0234", 188, 0, "CB", 1},
-      {"lost start of B", "0134", 188, 0, "C", 1},
-      {"errored", "0e1234", 188, 0, "CB", 1},
-      {"scrambled", "0s1234", 188, 0, "CB", 1},
-      {"adaptation field only between", "0a1234", 188, 0, "ACB", 2},
+      {"intact", "01234", 188 * 5, 0, "AC|B"},
+      {"cut into odd chunks after garbage", "01234", 100, 7, "AC|B"},
+      {"repeated packets", "0112234", 188, 0, "AC|B"},
+      {"lost end of A", "0234", 188, 0, "C|B"},
+      {"lost start of B", "0134", 188, 0, "C|"},
+      {"errored", "0e234", 188, 0, "C|B"},
+      {"scrambled", "0s234", 188, 0, "C|B"},
+      {"adaptation field only between", "0a1234", 188, 0, "AC|B"},
   };
   for (const auto& entry : cases) {
     Bytes stream(entry.garbage, 0x11);
-    for (size_t at = 0; at < entry.order.size(); ++at) {
-      const char mark = entry.order[at];
-      Bytes packet = packets[size_t(std::isdigit(mark) ? mark - '0' : entry.order[at + 1] - '0')];
+    for (char mark : entry.order) {
+      Bytes packet = mark == 'a' ? adaptationOnly : packets[std::isdigit(mark) ? size_t(mark - '0') : 1];
       packet[1] = uint8_t(packet[1] | (mark == 'e' ? 0x80 : 0));
       packet[3] = uint8_t(packet[3] | (mark == 's' ? 0x80 : 0));
-      if (mark == 'a') {
-        packet = tsPacketWith({}, false, 183, 0x100);
-        packet[3] = 0x20;  // the counter of packet 0: no payload, no step
-      }
-      if (!std::isdigit(mark) && mark != 'a') {
-        ++at;
-      }
       stream.insert(stream.end(), packet.begin(), packet.end());
     }
     std::string whole;
@@ -228,7 +233,7 @@ TEST(Demultiplexer, HandsOnOnlyWholePesPackets) {
     for (size_t at = 0; at < stream.size(); at += entry.chunk) {
       demultiplexer.feed(stream.data() + at, std::min(entry.chunk, stream.size() - at));
     }
-    EXPECT_EQ(whole.size(), entry.beforeFlush) << entry.name;
+    whole += '|';
     demultiplexer.flush();
     EXPECT_EQ(whole, entry.whole) << entry.name;
   }
@@ -248,8 +253,7 @@ std::vector<uint8_t> pixels(const std::string& aPath) {
 TEST_F(PlayerTest, PicturesMatchFfmpegDecode) {
   for (const Service& service : {kServices[0], kServices[1], kServices[2]}) {
     const std::string directory = play(service, "10");
-    runCommand("ffmpeg -v error -i " + ffmpegStreams() + service.file + " -map 0:i:" + std::to_string(service.videoPid) +
-               " -vf \"select=not(mod(n\\,10))\" -vsync passthrough -y " + directory + "/ref-%06d.ppm");
+    decodeReference(service, "not(mod(n\\,10))", directory + "/ref-%06d.ppm");
     const uint64_t pictures = readHeadless(directory).pictures;
     ASSERT_GT(pictures, 90u) << service.name;
     for (uint64_t frame = 0; frame < pictures; frame += 10) {
@@ -277,15 +281,12 @@ TEST_F(PlayerTest, VolumeScalesSamples) {
     ASSERT_GT(wav.size(), 44u);
     const bool silent = std::all_of(wav.begin() + 44, wav.end(), [](uint8_t aByte) { return aByte == 0; });
     EXPECT_EQ(silent, entry.silent) << entry.set;
-    voMTPHandle decoder = nullptr;
+    voMTPHandle decoder = openDecoder(nullptr);
     uint32_t volume = 1000, second = 1000;
-    voMTPInit(VOMTP_INIT_MEMORY);
-    voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, nullptr);
     voMTPSetVolume(decoder, entry.set);
     EXPECT_EQ(voMTPGetVolume(decoder, &volume, &second), 0);
     EXPECT_EQ(volume, entry.readBack);
-    voMTPClose(decoder);
-    voMTPUnInit();
+    closeDecoder(decoder);
   }
 }
 
@@ -382,9 +383,7 @@ TEST_F(PlayerTest, WindowShowsThePicturePillarboxedInTheDrawRectangle) {
   unsetenv("VOMTP_PLAYER_HEADLESS");
   const Service& service = kServices[2];
   const std::vector<uint8_t> stream = readBinary(ffmpegStreams() + service.file);
-  voMTPHandle decoder = nullptr;
-  voMTPInit(VOMTP_INIT_MEMORY);
-  ASSERT_EQ(voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, record), 0);
+  voMTPHandle decoder = openDecoder();
   voMTPSetDrawRect(decoder, 0, 60, 640, 360);
   voMTPSetFullScreenFormat(decoder, 1);
   voMTPRun(decoder);
@@ -394,11 +393,8 @@ TEST_F(PlayerTest, WindowShowsThePicturePillarboxedInTheDrawRectangle) {
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   const uint64_t shown = countMessages(VOMTP_MESSAGE_TIME_STAMP) - 1;
   const std::vector<uint8_t> screen = grabScreen(800, 480);
-  runCommand("ffmpeg -v error -i " + ffmpegStreams() + service.file + " -map 0:i:" + std::to_string(service.videoPid) +
-             " -vf \"select=eq(n\\," + std::to_string(shown) + ")\" -frames:v 1 -y shown.ppm");
-  voMTPStop(decoder);
-  voMTPClose(decoder);
-  voMTPUnInit();
+  decodeReference(service, "eq(n\\," + std::to_string(shown) + ")", "-frames:v 1 shown.ppm");
+  closeDecoder(decoder);
   const std::vector<uint8_t> picture = pixels("shown.ppm");
   ASSERT_EQ(screen.size(), 800u * 480 * 3);
   ASSERT_EQ(picture.size(), 320u * 240 * 3);
@@ -454,9 +450,7 @@ TEST_F(PlayerTest, StopAndCloseFromAnotherThreadJoinEverything) {
   std::filesystem::create_directory("stopped");
   setenv("VOMTP_PLAYER_HEADLESS", "stopped", 1);
   setenv("VOMTP_PLAYER_PACED", "1", 1);
-  voMTPHandle decoder = nullptr;
-  voMTPInit(VOMTP_INIT_MEMORY);
-  ASSERT_EQ(voMTPOpen(&decoder, VOMTP_OPEN_SOURCE, VOMTP_OPEN_MODE, VOMTP_OPEN_FLAGS, nullptr, record), 0);
+  voMTPHandle decoder = openDecoder();
   voMTPRun(decoder);
   const std::vector<uint8_t> stream = readBinary(ffmpegStreams() + kServices[1].file);
   std::atomic<bool> closed = false;
