@@ -1,12 +1,14 @@
 // The AV player over the host's player library (CTest puts its directory on the library search
 // path): a "digitalFile" tuner plays FFmpeg's streams through the AV player into the library,
 // headless, and what it presents and decodes is FFmpeg's decode of the service's PIDs.
+#include <algorithm>
 #include <filesystem>
 #include <mutex>
 #include <thread>
 #include <numeric>
 
 #include "OmbrixHalFfmpegProbe.h"
+#include "OmbrixHalAudioOut.h"
 #include "OmbrixHalFileTunerFixture.h"
 #include "OmbrixHalKeyEvent.h"
 
@@ -17,12 +19,14 @@ struct Case {
   const char* name;
   const char* file;
   OmbrixHalAvPlayerParameter service;
+  bool muted = false;
 };
 
 const Case kCases[] = {
     {"Mpeg2Mp2", "mpeg2.ts", {0x101, 3, 0x100, 2, 0x100}},
     {"H264Aac", "h264.ts", {0x101, 3, 0x100, 2, 0x100}},
     {"SecondOfTwoServices", "two-services.ts", {0x103, 3, 0x102, 2, 0x102}},
+    {"Muted", "mpeg2.ts", {0x101, 3, 0x100, 2, 0x100}, true},
 };
 
 class AvPlayerPlaybackTest : public FileTunerTest, public testing::WithParamInterface<Case> {};
@@ -45,6 +49,7 @@ TEST_P(AvPlayerPlaybackTest, PlaysTheServiceAsFfmpegDecodesIt) {
   load(stream);
   OmbrixHalAvPlayerHandle player = OmbrixHalAvPlayerOpen(tuner);
   ASSERT_EQ(OmbrixHalAvPlayerSetParameter(player, &entry.service) + OmbrixHalAvPlayerPlay(player), 2);
+  ASSERT_EQ(!entry.muted || OmbrixHalAudioOutMute(), 1);
   ASSERT_EQ(OmbrixHalTunerReceive(tuner, uint32_t(stream.size() / kTsPacketSize)), 1);
   OmbrixHalAvPlayerStop(player);
   OmbrixHalAvPlayerClose(player);
@@ -53,6 +58,9 @@ TEST_P(AvPlayerPlaybackTest, PlaysTheServiceAsFfmpegDecodesIt) {
   const std::vector<uint64_t> audio = probeFrames(entry.file, entry.service.AudioPid, "nb_samples");
   EXPECT_EQ(played.pictures, probeFrames(entry.file, entry.service.VideoPid, "pkt_size").size());
   EXPECT_EQ(played.samples, std::accumulate(audio.begin(), audio.end(), uint64_t(0)));
+  const Bytes wav = readBinary(directory + "/audio.wav");
+  ASSERT_GT(wav.size(), 44u);
+  EXPECT_EQ(std::all_of(wav.begin() + 44, wav.end(), [](uint8_t aByte) { return aByte == 0; }), entry.muted);
 }
 
 INSTANTIATE_TEST_SUITE_P(Streams, AvPlayerPlaybackTest, testing::ValuesIn(kCases),
