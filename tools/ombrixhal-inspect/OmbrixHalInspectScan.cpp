@@ -28,16 +28,17 @@ std::vector<ScanChannel> uhfRaster() {
   return channels;
 }
 
-// Status polling, as a middleware waits, for as long as the tuner's lock timer runs.
+// Status polling, as a middleware waits: while the tuner says it waits for lock, which its own
+// lock timer ends. The DVB-T tuner decides when it tunes and never waits, so a frequency without
+// a signal costs no time.
 bool waitForLock(OmbrixHalTunerHandle tuner) {
-  const auto deadline = std::chrono::steady_clock::now() + kLockTimer;
-  while (OmbrixHalTunerGetStatus(tuner) != OMBRIX_HAL_TUNER_STATUS_LOCKED) {
-    if (std::chrono::steady_clock::now() >= deadline) {
-      return false;
-    }
+  const auto deadline = std::chrono::steady_clock::now() + kLockTimer + kLockPoll;
+  OmbrixHalTunerStatus status;
+  while ((status = OmbrixHalTunerGetStatus(tuner)) == OMBRIX_HAL_TUNER_STATUS_WAIT_FOR_LOCK &&
+         std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(kLockPoll);
   }
-  return true;
+  return status == OMBRIX_HAL_TUNER_STATUS_LOCKED;
 }
 
 ScanResult scanChannel(OmbrixHalTunerHandle tuner, const ScanChannel& channel) {
