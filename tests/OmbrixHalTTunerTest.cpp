@@ -75,8 +75,7 @@ TEST_F(TunerOpening, GivesTheLockTimerBackOnCloseAndOnFailureAndTakesTheTypeFrom
   OmbrixHalTunerParameter record{};
   EXPECT_EQ(OmbrixHalTunerGetParameter(tuner, &record, nullptr), 1);
   EXPECT_EQ(record.Type, OMBRIX_HAL_TUNER_TYPE_DIGITAL_FILE);
-  EXPECT_EQ(log.take(),
-            std::vector{info("OmbrixHalTunerGetParameter", "Tuner parameter successfully returned", 0x3004)});
+  EXPECT_EQ(log.take(), std::vector{info("OmbrixHalTunerGetParameter", "Tuner parameter successfully returned", 0x3004)});
   seam::tunerFactoryCreateTuner = OmbrixHalTunerFactoryCreateTuner;  // which makes DVB-T tuners only
   const std::tuple<const char*, const char*, uint32_t> cases[] = {
       {"DVB-C", "Cannot open tuner: 'DVB-C'", 0x1007},
@@ -230,8 +229,9 @@ TEST_P(FileTunerContract, HoldsItsHandlersInTableOrderWhichMayChangeDuringDelive
       OmbrixHalTunerUnregisterPacketHandler(self, &contexts[2], nullptr);
     }
   };
+  const auto add = [&](int index) { return OmbrixHalTunerRegisterPacketHandler(tuner, handler, &contexts[index]); };
   for (int index = 0; index <= count; ++index) {
-    EXPECT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, handler, &contexts[index]), index < count ? 1 : 0) << index;
+    EXPECT_EQ(add(index), index < count ? 1 : 0) << index;
   }
   EXPECT_EQ(OmbrixHalTunerUnregisterPacketHandler(tuner, &contexts[count], nullptr), 0);
   ASSERT_EQ(tune(fileOf(2)), 1);
@@ -242,9 +242,7 @@ TEST_P(FileTunerContract, HoldsItsHandlersInTableOrderWhichMayChangeDuringDelive
   EXPECT_EQ(calls, expected);
   // The freed entries are taken first, and the same context may stand twice.
   calls.clear();
-  EXPECT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, handler, &contexts[5]), 1);
-  EXPECT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, handler, &contexts[count]), 1);
-  EXPECT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, handler, &contexts[count]), 0);
+  EXPECT_EQ((std::array{add(5), add(count), add(count)}), (std::array{1, 1, 0}));
   EXPECT_EQ(OmbrixHalTunerReceive(tuner, 1), 1);
   EXPECT_EQ(std::vector(calls.begin(), calls.begin() + 4), (std::vector{5, 1, count, 3}));
 }
