@@ -375,11 +375,11 @@ TEST_F(DvbTDelivery, StopAndCloseOfTheRootReturnOnlyOnceADeliveryIsOver) {
   }
 }
 
-TEST_F(DvbTDelivery, ClientsOpenStopAndCloseFiltersWhileTheDriversThreadDelivers) {
+TEST_F(DvbTDelivery, ClientsOpenStopAndCloseFiltersWhileTheDriversThreadDeliversUntilTheTunerCloses) {
   writeBytes(path, multiplex(20));
   DibEmulatorSetDelivery(DIB_EMULATOR_UNPACED);
   tune(kLocked);
-  std::atomic<int> delivered{0};
+  std::atomic<int> delivered{0}, buffers{0};
   const auto end = std::chrono::steady_clock::now() + 1s;
   runOnThreads(3, [&](int index) {
     std::minstd_rand random(static_cast<unsigned>(index) + 1);
@@ -394,16 +394,10 @@ TEST_F(DvbTDelivery, ClientsOpenStopAndCloseFiltersWhileTheDriversThreadDelivers
     }
   });
   EXPECT_GT(delivered.load(), 0);
-}
-
-TEST_F(DvbTDelivery, ClosingTheTunerEndsTheDeliveryUnderWay) {
-  DibEmulatorSetDelivery(DIB_EMULATOR_UNPACED);
-  tune(kLocked);
-  std::atomic<int> buffers{0}, packets{0};
-  OmbrixHalFilterHandle filter = client(OMBRIX_HAL_FILTER_TYPE_TS, 0x0005, count<OmbrixHalFilterHandle>, &packets);
+  // The driver's thread goes on delivering to a whole-buffer entry while the tuner closes.
+  OmbrixHalFilterHandle filter = client(OMBRIX_HAL_FILTER_TYPE_TS, kTsPid, count<OmbrixHalFilterHandle>, &delivered);
   EXPECT_EQ(addPid(OMBRIX_HAL_TUNER_DVB_T_PID_WHOLE_BUFFER, &buffers, count<void*>), 1);
-  // The driver's thread goes on delivering to the whole-buffer entry while the tuner closes.
-  while (packets < 10 || buffers < 10) {
+  for (const int before = delivered; delivered < before + 10 || buffers < 10;) {
     std::this_thread::yield();
   }
   EXPECT_EQ(OmbrixHalFilterClose(filter) + OmbrixHalTunerClose(std::exchange(dvbT, nullptr)), 2);
