@@ -103,31 +103,26 @@ class DvbTTest : public FileTunerTest {
 
 using DvbTTuner = DvbTTest;
 
-TEST_F(DvbTTuner, OneAtATimePrintingTheDriversVersions) {
-  EXPECT_EQ(console.take(), "DiBcom Firmware Version: 1.05\nDiBcom Driver Version: 3.2.1\nDiBcom tuner type 9090\n");
-  EXPECT_STREQ(OmbrixHalTunerDvbTGetDriverVersionString(), "3.2.1");
-  EXPECT_EQ(OmbrixHalTunerOpen("DVB-T"), nullptr);
-  EXPECT_EQ(log.lines(), std::vector{error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-T'", 0x1007)});
-  EXPECT_EQ(OmbrixHalTunerReceive(dvbT, 2) + OmbrixHalTunerRegisterPacketHandler(dvbT, Deliveries::record, &console) +
-                OmbrixHalTunerUnregisterPacketHandler(dvbT, &console, nullptr),
-            3);
-}
-
-TEST_F(DvbTTuner, AsksForFrequencyAndBandwidthAndWritesBackWhatTheDriverDetected) {
+TEST_F(DvbTTuner, AsksForFrequencyAndBandwidthAndWritesBackWhatTheDriverDetectedAndReportsItsSignal) {
+  // Strength, quality, status, power ratio and fraction, value quotient and remainder.
+  const std::vector<int64_t> planned{69, 100, 0, 20, 0, 0, 0}, unasked{0, 0, 0, -100, 0, 0, 0};
   const struct {
     DvbTRecord request;
     DvbTRecord detected;  // the request's own values where the driver's are outside the lists
     uint32_t bandwidth;   // asked of the driver
+    std::vector<int64_t> monitoring;
   } cases[] = {
-      {{9, kLocked, 4, 1, 1, 1, 1}, {9, kLocked, 4, 6, 7, 4, 2}, 80},
-      {{9, 482000, 3, 1, 1, 1, 1}, {9, 482000, 3, 2, 2, 2, 5}, 70},
-      {{9, 490000, 2, 1, 1, 1, 1}, {9, 490000, 2, 4, 5, 3, 4}, 60},
-      {{9, 498000, 4, 1, 1, 1, 1}, {9, 498000, 4, 6, 10, 4, 3}, 80},
-      {{9, 506000, 4, 1, 1, 1, 1}, {9, 506000, 4, 6, 12, 4, 3}, 80},
-      {{9, 514000, 4, 2, 2, 2, 5}, {9, 514000, 4, 2, 2, 2, 5}, 80},
-      {{9, kLocked, 3, 1, 1, 1, 1}, {}, 70},  // planned with 8 MHz only
-      {{9, kLocked, 1, 1, 1, 1, 1}, {}, 0},   // 5 MHz cannot be asked for
-      {{9, kUnplanned, 4, 6, 7, 4, 2}, {}, 80},
+      // Gains 30000 and 20000, powers 1000 and 2000.
+      {{9, kLocked, 4, 1, 1, 1, 1}, {9, kLocked, 4, 6, 7, 4, 2}, 80, {69, 77, 4660, 3, 102, 12, 34567890}},
+      {{9, 482000, 3, 1, 1, 1, 1}, {9, 482000, 3, 2, 2, 2, 5}, 70, planned},
+      {{9, 490000, 2, 1, 1, 1, 1}, {9, 490000, 2, 4, 5, 3, 4}, 60, planned},
+      {{9, 498000, 4, 1, 1, 1, 1}, {9, 498000, 4, 6, 10, 4, 3}, 80, {69, 100, 0, -100, 0, 0, 0}},  // a power of 0
+      {{9, 506000, 4, 1, 1, 1, 1}, {9, 506000, 4, 6, 12, 4, 3}, 80, planned},
+      {{9, 514000, 4, 2, 2, 2, 5}, {9, 514000, 4, 2, 2, 2, 5}, 80, planned},
+      // Not locked: the signal not asked for, as reset by the tuning.
+      {{9, kLocked, 3, 1, 1, 1, 1}, {}, 70, unasked},  // planned with 8 MHz only
+      {{9, kLocked, 1, 1, 1, 1, 1}, {}, 0, unasked},   // 5 MHz cannot be asked for
+      {{9, kUnplanned, 4, 6, 7, 4, 2}, {}, 80, unasked},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.request[1]);
@@ -143,31 +138,21 @@ TEST_F(DvbTTuner, AsksForFrequencyAndBandwidthAndWritesBackWhatTheDriverDetected
     DibChannelDescription given{};
     EXPECT_EQ(DibEmulatorGetChannelRequest(&given), 1);
     EXPECT_EQ(std::memcmp(&given, &expected, sizeof given), 0);
-  }
-  EXPECT_EQ(DibEmulatorCountCalls("DibDeleteChannel"), std::size(cases) - 1);
-}
-
-TEST_F(DvbTTuner, ReportsTheSignalOfTheDriversMonitoringWhileTuned) {
-  const std::pair<uint32_t, std::vector<int64_t>> cases[] = {
-      {kLocked, {69, 77, 4660, 3, 102, 12, 34567890}},  // gains 30000 and 20000, powers 1000 and 2000
-      {498000, {69, 100, 0, -100, 0, 0, 0}},            // a power of 0
-      {kUnplanned, {0, 0, 0, -100, 0, 0, 0}},           // not tuned: not asked, as reset by the tuning
-  };
-  for (const auto& [frequency, monitoring] : cases) {
-    tune(frequency);
     const uint32_t asked = DibEmulatorCountCalls("DibGetSignalMonitoring");
-    EXPECT_EQ(OmbrixHalTunerGetSignalStrength(dvbT), monitoring[0]);
-    EXPECT_EQ(OmbrixHalTunerGetSignalQuality(dvbT), monitoring[1]);
-    EXPECT_EQ(DibEmulatorCountCalls("DibGetSignalMonitoring") - asked, frequency != kUnplanned ? 2u : 0u);
-    EXPECT_EQ(log.lines(), std::vector{info("OmbrixHalTunerGetSignalStrength",
-                                            "Signal strength is '" + std::to_string(monitoring[0]) + "%'", 0x3007)});
+    EXPECT_EQ(OmbrixHalTunerGetSignalStrength(dvbT), c.monitoring[0]);
+    EXPECT_EQ(OmbrixHalTunerGetSignalQuality(dvbT), c.monitoring[1]);
+    EXPECT_EQ(DibEmulatorCountCalls("DibGetSignalMonitoring") - asked, locked ? 2u : 0u);
+    EXPECT_EQ(log.lines(),
+              (std::vector{info("OmbrixHalTunerGetParameter", "Tuner parameter successfully returned", 0x3004),
+                           info("OmbrixHalTunerGetSignalStrength",
+                                "Signal strength is '" + std::to_string(c.monitoring[0]) + "%'", 0x3007)}));
     OmbrixHalTunerDvbTMonitoring m{};
     EXPECT_EQ(OmbrixHalTunerDvbTGetMonitoring(dvbT, &m), 1);
     EXPECT_EQ((std::vector<int64_t>{m.SignalStrength, m.SignalQuality, m.DriverStatus, m.PowerRatioDb,
                                     m.PowerRatioFraction, m.DriverValueQuotient, m.DriverValueRemainder}),
-              monitoring)
-        << frequency;
+              c.monitoring);
   }
+  EXPECT_EQ(DibEmulatorCountCalls("DibDeleteChannel"), std::size(cases) - 1);
 }
 
 TEST_F(DvbTTuner, GivesEachPacketToTheFirstEntryOfItsPidAndWholeBuffersToFlaggedEntries) {
@@ -205,7 +190,15 @@ TEST_F(DvbTTuner, GivesEachPacketToTheFirstEntryOfItsPidAndWholeBuffersToFlagged
   EXPECT_EQ(addPid(0x100, &first), 1) << "a new filter";
 }
 
-TEST_F(DvbTTuner, AnswersAndStaysWellWithEveryDriverCallFailingInTurn) {
+TEST_F(DvbTTuner, OneAtATimePrintingTheDriversVersionsAndStayingWellWithEveryDriverCallFailingInTurn) {
+  EXPECT_EQ(console.take(), "DiBcom Firmware Version: 1.05\nDiBcom Driver Version: 3.2.1\nDiBcom tuner type 9090\n");
+  EXPECT_STREQ(OmbrixHalTunerDvbTGetDriverVersionString(), "3.2.1");
+  EXPECT_EQ(OmbrixHalTunerOpen("DVB-T"), nullptr);
+  EXPECT_EQ(log.take(), std::vector{error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-T'", 0x1007)});
+  EXPECT_EQ(OmbrixHalTunerReceive(dvbT, 2) + OmbrixHalTunerRegisterPacketHandler(dvbT, Deliveries::record, &console) +
+                OmbrixHalTunerUnregisterPacketHandler(dvbT, &console, nullptr),
+            3);
+  // Each driver call failing in turn, from the open of a second tuner on.
   enum Mode { kBoth, kBuffers, kReader };
   const std::vector<int64_t> unharmed = {1, 23, 1, 1, 1, 1, 3, 69, 1, 1, 1};
   const struct {
