@@ -119,7 +119,7 @@ TEST_F(DvbTTuner, AsksForFrequencyAndBandwidthAndWritesBackWhatTheDriverDetected
       {{9, 498000, 4, 1, 1, 1, 1}, {9, 498000, 4, 6, 10, 4, 3}, 80, {69, 100, 0, -100, 0, 0, 0}},  // a power of 0
       {{9, 506000, 4, 1, 1, 1, 1}, {9, 506000, 4, 6, 12, 4, 3}, 80, planned},
       {{9, 514000, 4, 2, 2, 2, 5}, {9, 514000, 4, 2, 2, 2, 5}, 80, planned},
-      // Not locked: the signal not asked for, as reset by the tuning.
+      // Not locked: strength and quality not asked of the driver, as reset by the tuning.
       {{9, kLocked, 3, 1, 1, 1, 1}, {}, 70, unasked},  // planned with 8 MHz only
       {{9, kLocked, 1, 1, 1, 1, 1}, {}, 0, unasked},   // 5 MHz cannot be asked for
       {{9, kUnplanned, 4, 6, 7, 4, 2}, {}, 80, unasked},
