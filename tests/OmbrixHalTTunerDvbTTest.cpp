@@ -10,6 +10,7 @@
 #include <cstring>
 #include <random>
 #include <thread>
+#include <tuple>
 
 #include "DibEmulatorControl.h"
 #include "OmbrixHalFileTunerFixture.h"
@@ -106,12 +107,10 @@ using DvbTTuner = DvbTTest;
 TEST_F(DvbTTuner, AsksForFrequencyAndBandwidthAndWritesBackWhatTheDriverDetectedAndReportsItsSignal) {
   // Strength, quality, status, power ratio and fraction, value quotient and remainder.
   const std::vector<int64_t> planned{69, 100, 0, 20, 0, 0, 0}, unasked{0, 0, 0, -100, 0, 0, 0};
-  const struct {
-    DvbTRecord request;
-    DvbTRecord detected;  // the request's own values where the driver's are outside the lists
-    uint32_t bandwidth;   // asked of the driver
-    std::vector<int64_t> monitoring;
-  } cases[] = {
+  // The request; what the driver detected (the request's own values where the driver's are
+  // outside the lists), none when not locked; the bandwidth asked of the driver; the signal.
+  using Case = std::tuple<DvbTRecord, DvbTRecord, uint32_t, std::vector<int64_t>>;
+  const Case cases[] = {
       // Gains 30000 and 20000, powers 1000 and 2000.
       {{9, kLocked, 4, 1, 1, 1, 1}, {9, kLocked, 4, 6, 7, 4, 2}, 80, {69, 77, 4660, 3, 102, 12, 34567890}},
       {{9, 482000, 3, 1, 1, 1, 1}, {9, 482000, 3, 2, 2, 2, 5}, 70, planned},
@@ -124,33 +123,33 @@ TEST_F(DvbTTuner, AsksForFrequencyAndBandwidthAndWritesBackWhatTheDriverDetected
       {{9, kLocked, 1, 1, 1, 1, 1}, {}, 0, unasked},   // 5 MHz cannot be asked for
       {{9, kUnplanned, 4, 6, 7, 4, 2}, {}, 80, unasked},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.request[1]);
+  for (const auto& [request, detected, bandwidth, monitoring] : cases) {
+    SCOPED_TRACE(request[1]);
     OmbrixHalTunerParameter read{};
-    EXPECT_EQ(tune(c.request) + OmbrixHalTunerGetParameter(dvbT, &read, nullptr), 2);
-    const bool locked = c.detected[0] != 0;
-    EXPECT_EQ(std::memcmp(&read.DvbT, (locked ? c.detected : c.request).data(), sizeof(DvbTRecord)), 0);
+    EXPECT_EQ(tune(request) + OmbrixHalTunerGetParameter(dvbT, &read, nullptr), 2);
+    const bool locked = detected[0] != 0;
+    EXPECT_EQ(std::memcmp(&read.DvbT, (locked ? detected : request).data(), sizeof(DvbTRecord)), 0);
     EXPECT_EQ(OmbrixHalTunerDvbTGetStatus(dvbT),
               locked ? OMBRIX_HAL_TUNER_STATUS_LOCKED : OMBRIX_HAL_TUNER_STATUS_NOT_LOCKED);
     // Every transmission parameter left to the driver, whatever the record asks.
     const DibChannelDescription expected{
-        129, 0, 0, {}, uint32_t(c.request[1]), c.bandwidth, -1, 0, 0, -1, -1, -1, -1, -1, 1, -1, -1, -1, {}};
+        129, 0, 0, {}, uint32_t(request[1]), bandwidth, -1, 0, 0, -1, -1, -1, -1, -1, 1, -1, -1, -1, {}};
     DibChannelDescription given{};
     EXPECT_EQ(DibEmulatorGetChannelRequest(&given), 1);
     EXPECT_EQ(std::memcmp(&given, &expected, sizeof given), 0);
     const uint32_t asked = DibEmulatorCountCalls("DibGetSignalMonitoring");
-    EXPECT_EQ(OmbrixHalTunerGetSignalStrength(dvbT), c.monitoring[0]);
-    EXPECT_EQ(OmbrixHalTunerGetSignalQuality(dvbT), c.monitoring[1]);
+    EXPECT_EQ(OmbrixHalTunerGetSignalStrength(dvbT), monitoring[0]);
+    EXPECT_EQ(OmbrixHalTunerGetSignalQuality(dvbT), monitoring[1]);
     EXPECT_EQ(DibEmulatorCountCalls("DibGetSignalMonitoring") - asked, locked ? 2u : 0u);
     EXPECT_EQ(log.lines(),
               (std::vector{info("OmbrixHalTunerGetParameter", "Tuner parameter successfully returned", 0x3004),
                            info("OmbrixHalTunerGetSignalStrength",
-                                "Signal strength is '" + std::to_string(c.monitoring[0]) + "%'", 0x3007)}));
+                                "Signal strength is '" + std::to_string(monitoring[0]) + "%'", 0x3007)}));
     OmbrixHalTunerDvbTMonitoring m{};
     EXPECT_EQ(OmbrixHalTunerDvbTGetMonitoring(dvbT, &m), 1);
     EXPECT_EQ((std::vector<int64_t>{m.SignalStrength, m.SignalQuality, m.DriverStatus, m.PowerRatioDb,
                                     m.PowerRatioFraction, m.DriverValueQuotient, m.DriverValueRemainder}),
-              c.monitoring);
+              monitoring);
   }
   EXPECT_EQ(DibEmulatorCountCalls("DibDeleteChannel"), std::size(cases) - 1);
 }
@@ -201,13 +200,9 @@ TEST_F(DvbTTuner, OneAtATimePrintingTheDriversVersionsAndStayingWellWithEveryDri
   // Each driver call failing in turn, from the open of a second tuner on.
   enum Mode { kBoth, kBuffers, kReader };
   const std::vector<int64_t> unharmed = {1, 23, 1, 1, 1, 1, 3, 69, 1, 1, 1};
-  const struct {
-    const char* function;
-    uint32_t nth;
-    Mode mode;
-    std::vector<int64_t> answers;
-    std::string console;  // printed besides the usual lines
-  } cases[] = {
+  // The call, which of its calls fails, the answers, and what is printed besides the usual lines.
+  using Case = std::tuple<const char*, uint32_t, Mode, std::vector<int64_t>, std::string>;
+  const Case cases[] = {
       {"None", 1, kBoth, unharmed,
        std::string("9090\n**DibGetChannel\n**DibGetChannel\n") +
            (kReaderMode ? "" : "**DibUnregisterBuffer\n**DibUnregisterBuffer\n")},
@@ -230,14 +225,14 @@ TEST_F(DvbTTuner, OneAtATimePrintingTheDriversVersionsAndStayingWellWithEveryDri
       {"DibClose", 1, kBoth, unharmed, ""},
   };
   EXPECT_EQ(OmbrixHalTunerClose(std::exchange(dvbT, nullptr)), 1);
-  for (const auto& c : cases) {
-    if (c.mode == (kReaderMode ? kBuffers : kReader)) {
+  for (const auto& [function, nth, mode, expected, printed] : cases) {
+    if (mode == (kReaderMode ? kBuffers : kReader)) {
       continue;
     }
-    SCOPED_TRACE(std::string(c.function) + " " + std::to_string(c.nth));
+    SCOPED_TRACE(std::string(function) + " " + std::to_string(nth));
     console.take();
     log.clear();
-    DibEmulatorFailCall(c.function, c.nth, -1);
+    DibEmulatorFailCall(function, nth, -1);
     // Open, tune twice (the second tuning drops the first one's channel), two PIDs, two
     // deliveries, strength, two removes and close: each step's answer, taken in this order.
     Deliveries received;
@@ -251,14 +246,14 @@ TEST_F(DvbTTuner, OneAtATimePrintingTheDriversVersionsAndStayingWellWithEveryDri
                  OmbrixHalTunerDvbTGetSignalStrength(dvbT), OmbrixHalTunerDvbTRemovePid(dvbT, 0x100),
                  OmbrixHalTunerDvbTRemovePid(dvbT, OMBRIX_HAL_TUNER_DVB_T_PID_ALL),
                  OmbrixHalTunerClose(std::exchange(dvbT, nullptr))};
-      if (std::strcmp(c.function, "DibClose") == 0) {
+      if (std::strcmp(function, "DibClose") == 0) {
         DibClose(driver);  // the driver stayed open
       }
     }
-    DibEmulatorFailCall(c.function, 0, 0);
-    EXPECT_EQ(answers, c.answers);
-    EXPECT_NE(console.text().find(c.console), std::string::npos) << console.text();
-    if (c.answers.size() == 1) {
+    DibEmulatorFailCall(function, 0, 0);
+    EXPECT_EQ(answers, expected);
+    EXPECT_NE(console.text().find(printed), std::string::npos) << console.text();
+    if (expected.size() == 1) {
       EXPECT_EQ(log.take(), (std::vector{info("OmbrixHalCriticalSectionCreate", "Critical section created succesfully"),
                                          error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-T'", 0x1007)}));
     }
