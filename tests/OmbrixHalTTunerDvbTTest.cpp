@@ -173,7 +173,7 @@ TEST_F(DvbTTuner, GivesEachPacketToTheFirstEntryOfItsPidAndWholeBuffersToFlagged
     EXPECT_EQ(lastCall("DibRegisterBuffer").Arguments[2], kReaderMode ? 0u : index);
   }
   EXPECT_EQ(first.data(), (std::vector{a, c, a, c, a, c}));
-  EXPECT_EQ(static_cast<void*>(first.from()[0]), dvbT);
+  EXPECT_EQ(first.from(), std::vector(6, reinterpret_cast<OmbrixHalFilterHandle>(dvbT))) << "from the tuner";
   EXPECT_EQ(whole.data(), std::vector(3, buffer));
   EXPECT_TRUE(second.calls.empty());
   for (int entry = 4; entry < 16; ++entry) {
