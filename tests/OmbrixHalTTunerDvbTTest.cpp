@@ -10,6 +10,7 @@
 #include <cstring>
 #include <random>
 #include <thread>
+#include <tuple>
 
 #include "DibEmulatorControl.h"
 #include "OmbrixHalFileTunerFixture.h"
@@ -23,6 +24,8 @@ const bool kReaderMode =
     std::getenv("OMBRIX_HAL_DVBT_READER") != nullptr && std::string(std::getenv("OMBRIX_HAL_DVBT_READER")) == "1";
 constexpr uint32_t kLocked = 474000;  // the first channel of the plan
 constexpr uint32_t kUnplanned = 530000;
+// Each filter type's PID in multiplex().
+constexpr uint32_t kPidOfType[] = {kTsPid, kSectionPid, kPcrPid, kPesPid, kTeletextPid};
 
 // Type, Frequency, Bandwidth, Modulation, CodeRate, TransmissionMode, GuardInterval.
 using DvbTRecord = std::array<int32_t, 7>;
@@ -41,20 +44,17 @@ class DvbTTest : public FileTunerTest {
     plan = "plan-" + path + ".txt";
     // Every channel plays the test's stream; the values are the driver's.
     const std::string file = " " + path + " ";
-    std::ofstream(plan) << kLocked << " 8" << file
-                        << "mode=1 guard=3 constellation=2 coderate=3 gain=30000,20000 power=1000,2000 "
-                           "value=1234567890 status=4660 quality=77\n"
-                        << "482000 7" << file << "mode=0 guard=0 constellation=0 coderate=1\n"
-                        << "490000 6" << file << "mode=2 guard=1 constellation=1\n"
-                        << "498000 8" << file << "coderate=5 power=0,2000\n506000 8" << file << "coderate=7\n"
-                        << "514000 8" << file << "mode=3 guard=4 constellation=3 coderate=4\n";
+    std::ofstream(plan) << kLocked << " 8" << file << "mode=1 guard=3 constellation=2 coderate=3 gain=30000,20000 "
+                        << "power=1000,2000 value=1234567890 status=4660 quality=77\n482000 7" << file
+                        << "mode=0 guard=0 constellation=0 coderate=1\n490000 6" << file
+                        << "mode=2 guard=1 constellation=1\n498000 8" << file << "coderate=5 power=0,2000\n506000 8"
+                        << file << "coderate=7\n514000 8" << file << "mode=3 guard=4 constellation=3 coderate=4\n";
     writeBytes(path, tsStream(10));
     DibEmulatorReset();
     DibEmulatorSetDelivery(DIB_EMULATOR_MANUAL);
     DibEmulatorSetChannelPlan(plan.c_str());
     console.take();
-    dvbT = open();
-    ASSERT_NE(dvbT, nullptr);
+    ASSERT_NE(dvbT = open(), nullptr);
     log.clear();
   }
   void TearDown() override {
@@ -63,10 +63,10 @@ class DvbTTest : public FileTunerTest {
     FileTunerTest::TearDown();
   }
   static OmbrixHalTunerHandle open() { return OmbrixHalTunerOpen("DVB-T"); }
-  OmbrixHalBool tune(const DvbTRecord& record, OmbrixHalTunerHandle t = nullptr) {
+  OmbrixHalBool tune(const DvbTRecord& record) {
     OmbrixHalTunerParameter parameter{};
     std::memcpy(&parameter.DvbT, record.data(), sizeof record);
-    const OmbrixHalBool tuned = OmbrixHalTunerSetParameter(t != nullptr ? t : dvbT, &parameter);
+    const OmbrixHalBool tuned = OmbrixHalTunerSetParameter(dvbT, &parameter);
     log.clear();
     return tuned;
   }
@@ -84,40 +84,17 @@ class DvbTTest : public FileTunerTest {
     return DibEmulatorDeliver(uint8_t(lastCall("DibAddToFilter").Arguments[0]), index, event, bytes.data(),
                               int32_t(bytes.size()));
   }
-  // Opens a client of `type` on `on`, sets `pid` and starts it.
-  static OmbrixHalFilterHandle client(OmbrixHalTunerHandle on, OmbrixHalFilterType type, uint32_t pid,
-                                      OmbrixHalFilterHandler handler, void* context) {
-    OmbrixHalFilterHandle filter = OmbrixHalFilterOpen(on, type, nullptr, handler, context);
+  OmbrixHalBool addPid(uint32_t pid, void* context, OmbrixHalTunerPacketHandler handler = Deliveries::record) {
+    return OmbrixHalTunerDvbTAddPid(dvbT, pid, handler, context);
+  }
+  // Opens a client of `type` on the DVB-T tuner (with `chain`, a bare chain), sets `pid` and starts it.
+  OmbrixHalFilterHandle client(OmbrixHalFilterType type, uint32_t pid, OmbrixHalFilterHandler handler, void* context,
+                               bool chain = false) {
+    OmbrixHalFilterHandle filter = chain ? OmbrixHalFilterCreateRealFilter(dvbT, type, handler, context)
+                                         : OmbrixHalFilterOpen(dvbT, type, nullptr, handler, context);
     const OmbrixHalFilterParameter parameter = pidParameter(pid);
     EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter) + OmbrixHalFilterStart(filter), 2);
     return filter;
-  }
-
-  // Open, tune, two PIDs, two deliveries, strength, two removes and close, each step's answer,
-  // with the nth call of `function` failing.
-  std::vector<int64_t> runFailing(const char* function, uint32_t nth) {
-    DibEmulatorFailCall(function, nth, -1);
-    log.clear();
-    Deliveries received;
-    OmbrixHalTunerHandle t = open();
-    std::vector<int64_t> answers{t != nullptr};
-    if (t != nullptr) {
-      auto* driver = static_cast<DibDriverHandle>(OmbrixHalTunerDvbTGetHandle(t));
-      // Tuned twice: the second tuning drops the first one's channel. Taken in this order.
-      const DvbTRecord record{9, kLocked, 4, 1, 1, 1, 1};
-      answers = {1, (tune(record, t) + tune(record, t)) * 10 + OmbrixHalTunerDvbTGetStatus(t),
-                 OmbrixHalTunerDvbTAddPid(t, 0x100, Deliveries::record, &received),
-                 OmbrixHalTunerDvbTAddPid(t, 0x101, Deliveries::record, &received),
-                 deliver(concat({tsPacketOf(0x100, 1), tsPacketOf(0x101, 2)})) == 0,
-                 deliver(tsPacketOf(0x100, 1)) == 0, int64_t(received.calls.size()),
-                 OmbrixHalTunerDvbTGetSignalStrength(t), OmbrixHalTunerDvbTRemovePid(t, 0x100),
-                 OmbrixHalTunerDvbTRemovePid(t, OMBRIX_HAL_TUNER_DVB_T_PID_ALL), OmbrixHalTunerClose(t)};
-      if (std::strcmp(function, "DibClose") == 0) {
-        DibClose(driver);  // the driver stayed open
-      }
-    }
-    DibEmulatorFailCall(function, 0, 0);
-    return answers;
   }
 
   ConsoleCapture console;
@@ -127,86 +104,62 @@ class DvbTTest : public FileTunerTest {
 
 using DvbTTuner = DvbTTest;
 
-TEST_F(DvbTTuner, OneAtATimePrintingTheDriversVersions) {
-  EXPECT_EQ(console.take(), "DiBcom Firmware Version: 1.05\nDiBcom Driver Version: 3.2.1\nDiBcom tuner type 9090\n");
-  EXPECT_STREQ(OmbrixHalTunerDvbTGetDriverVersionString(), "3.2.1");
-  EXPECT_EQ(OmbrixHalTunerOpen("DVB-T"), nullptr);
-  EXPECT_EQ(log.lines(), std::vector{error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-T'", 0x1007)});
-  EXPECT_EQ(OmbrixHalTunerClose(dvbT), 1);
-  dvbT = open();
-  ASSERT_NE(dvbT, nullptr);
-  EXPECT_EQ(OmbrixHalTunerReceive(dvbT, 2) + OmbrixHalTunerRegisterPacketHandler(dvbT, Deliveries::record, &console) +
-                OmbrixHalTunerUnregisterPacketHandler(dvbT, &console, nullptr),
-            3);
-}
-
-TEST_F(DvbTTuner, AsksForFrequencyAndBandwidthAndWritesBackWhatTheDriverDetected) {
-  const struct {
-    DvbTRecord request;
-    DvbTRecord detected;  // the request's own values where the driver's are outside the lists
-    uint32_t bandwidth;   // asked of the driver
-  } cases[] = {
-      {{9, kLocked, 4, 1, 1, 1, 1}, {9, kLocked, 4, 6, 7, 4, 2}, 80},
-      {{9, 482000, 3, 1, 1, 1, 1}, {9, 482000, 3, 2, 2, 2, 5}, 70},
-      {{9, 490000, 2, 1, 1, 1, 1}, {9, 490000, 2, 4, 5, 3, 4}, 60},
-      {{9, 498000, 4, 1, 1, 1, 1}, {9, 498000, 4, 6, 10, 4, 3}, 80},
-      {{9, 506000, 4, 1, 1, 1, 1}, {9, 506000, 4, 6, 12, 4, 3}, 80},
-      {{9, 514000, 4, 2, 2, 2, 5}, {9, 514000, 4, 2, 2, 2, 5}, 80},
-      {{9, kLocked, 3, 1, 1, 1, 1}, {}, 70},  // planned with 8 MHz only
-      {{9, kLocked, 1, 1, 1, 1, 1}, {}, 0},   // 5 MHz cannot be asked for
-      {{9, kUnplanned, 4, 6, 7, 4, 2}, {}, 80},
+TEST_F(DvbTTuner, AsksForFrequencyAndBandwidthAndWritesBackWhatTheDriverDetectedAndReportsItsSignal) {
+  // Strength, quality, status, power ratio and fraction, value quotient and remainder.
+  const std::vector<int64_t> planned{69, 100, 0, 20, 0, 0, 0}, unasked{0, 0, 0, -100, 0, 0, 0};
+  // The request; what the driver detected (the request's own values where the driver's are
+  // outside the lists), none when not locked; the bandwidth asked of the driver; the signal.
+  using Case = std::tuple<DvbTRecord, DvbTRecord, uint32_t, std::vector<int64_t>>;
+  const Case cases[] = {
+      // Gains 30000 and 20000, powers 1000 and 2000.
+      {{9, kLocked, 4, 1, 1, 1, 1}, {9, kLocked, 4, 6, 7, 4, 2}, 80, {69, 77, 4660, 3, 102, 12, 34567890}},
+      {{9, 482000, 3, 1, 1, 1, 1}, {9, 482000, 3, 2, 2, 2, 5}, 70, planned},
+      {{9, 490000, 2, 1, 1, 1, 1}, {9, 490000, 2, 4, 5, 3, 4}, 60, planned},
+      {{9, 498000, 4, 1, 1, 1, 1}, {9, 498000, 4, 6, 10, 4, 3}, 80, {69, 100, 0, -100, 0, 0, 0}},  // a power of 0
+      {{9, 506000, 4, 1, 1, 1, 1}, {9, 506000, 4, 6, 12, 4, 3}, 80, planned},
+      {{9, 514000, 4, 2, 2, 2, 5}, {9, 514000, 4, 2, 2, 2, 5}, 80, planned},
+      // Not locked: strength and quality not asked of the driver, as reset by the tuning.
+      {{9, kLocked, 3, 1, 1, 1, 1}, {}, 70, unasked},  // planned with 8 MHz only
+      {{9, kLocked, 1, 1, 1, 1, 1}, {}, 0, unasked},   // 5 MHz cannot be asked for
+      {{9, kUnplanned, 4, 6, 7, 4, 2}, {}, 80, unasked},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(tune(c.request), 1);
+  for (const auto& [request, detected, bandwidth, monitoring] : cases) {
+    SCOPED_TRACE(request[1]);
     OmbrixHalTunerParameter read{};
-    EXPECT_EQ(OmbrixHalTunerGetParameter(dvbT, &read, nullptr), 1);
-    const bool locked = c.detected[0] != 0;
-    EXPECT_EQ(std::memcmp(&read.DvbT, (locked ? c.detected : c.request).data(), sizeof(DvbTRecord)), 0) << c.request[1];
+    EXPECT_EQ(tune(request) + OmbrixHalTunerGetParameter(dvbT, &read, nullptr), 2);
+    const bool locked = detected[0] != 0;
+    EXPECT_EQ(std::memcmp(&read.DvbT, (locked ? detected : request).data(), sizeof(DvbTRecord)), 0);
     EXPECT_EQ(OmbrixHalTunerDvbTGetStatus(dvbT),
               locked ? OMBRIX_HAL_TUNER_STATUS_LOCKED : OMBRIX_HAL_TUNER_STATUS_NOT_LOCKED);
     // Every transmission parameter left to the driver, whatever the record asks.
-    DibChannelDescription expected{
-        129, 0, 0, {}, uint32_t(c.request[1]), c.bandwidth, -1, 0, 0, -1, -1, -1, -1, -1, 1, -1, -1, -1, {}};
+    const DibChannelDescription expected{
+        129, 0, 0, {}, uint32_t(request[1]), bandwidth, -1, 0, 0, -1, -1, -1, -1, -1, 1, -1, -1, -1, {}};
     DibChannelDescription given{};
     EXPECT_EQ(DibEmulatorGetChannelRequest(&given), 1);
-    EXPECT_EQ(std::memcmp(&given, &expected, sizeof given), 0) << c.request[1];
+    EXPECT_EQ(std::memcmp(&given, &expected, sizeof given), 0);
+    const uint32_t asked = DibEmulatorCountCalls("DibGetSignalMonitoring");
+    EXPECT_EQ(OmbrixHalTunerGetSignalStrength(dvbT), monitoring[0]);
+    EXPECT_EQ(OmbrixHalTunerGetSignalQuality(dvbT), monitoring[1]);
+    EXPECT_EQ(DibEmulatorCountCalls("DibGetSignalMonitoring") - asked, locked ? 2u : 0u);
+    EXPECT_EQ(log.lines(),
+              (std::vector{info("OmbrixHalTunerGetParameter", "Tuner parameter successfully returned", 0x3004),
+                           info("OmbrixHalTunerGetSignalStrength",
+                                "Signal strength is '" + std::to_string(monitoring[0]) + "%'", 0x3007)}));
+    OmbrixHalTunerDvbTMonitoring m{};
+    EXPECT_EQ(OmbrixHalTunerDvbTGetMonitoring(dvbT, &m), 1);
+    EXPECT_EQ((std::vector<int64_t>{m.SignalStrength, m.SignalQuality, m.DriverStatus, m.PowerRatioDb,
+                                    m.PowerRatioFraction, m.DriverValueQuotient, m.DriverValueRemainder}),
+              monitoring);
   }
   EXPECT_EQ(DibEmulatorCountCalls("DibDeleteChannel"), std::size(cases) - 1);
 }
 
-TEST_F(DvbTTuner, ReportsTheSignalOfTheDriversMonitoringWhileTuned) {
-  const auto fields = [](const OmbrixHalTunerDvbTMonitoring& m) {
-    return std::vector<int64_t>{m.SignalStrength,     m.SignalQuality,       m.DriverStatus,        m.PowerRatioDb,
-                                m.PowerRatioFraction, m.DriverValueQuotient, m.DriverValueRemainder};
-  };
-  const std::pair<uint32_t, std::vector<int64_t>> cases[] = {
-      {kLocked, {69, 77, 4660, 3, 102, 12, 34567890}},  // gains 30000 and 20000, powers 1000 and 2000
-      {498000, {69, 100, 0, -100, 0, 0, 0}},            // a power of 0
-      {kUnplanned, {0, 0, 0, -100, 0, 0, 0}},           // not tuned: not asked, as reset by the tuning
-  };
-  for (const auto& [frequency, monitoring] : cases) {
-    tune(frequency);
-    const uint32_t asked = DibEmulatorCountCalls("DibGetSignalMonitoring");
-    EXPECT_EQ(OmbrixHalTunerGetSignalStrength(dvbT), monitoring[0]);
-    EXPECT_EQ(OmbrixHalTunerGetSignalQuality(dvbT), monitoring[1]);
-    EXPECT_EQ(DibEmulatorCountCalls("DibGetSignalMonitoring") - asked, frequency != kUnplanned ? 2u : 0u);
-    EXPECT_EQ(log.lines(), std::vector{info("OmbrixHalTunerGetSignalStrength",
-                                            "Signal strength is '" + std::to_string(monitoring[0]) + "%'", 0x3007)});
-    OmbrixHalTunerDvbTMonitoring read{};
-    EXPECT_EQ(OmbrixHalTunerDvbTGetMonitoring(dvbT, &read), 1);
-    EXPECT_EQ(fields(read), monitoring) << frequency;
-  }
-}
-
 TEST_F(DvbTTuner, GivesEachPacketToTheFirstEntryOfItsPidAndWholeBuffersToFlaggedEntries) {
   Deliveries first, second, whole;
-  EXPECT_EQ(OmbrixHalTunerDvbTAddPid(dvbT, 0x100, Deliveries::record, &first), 0) << "not tuned";
+  EXPECT_EQ(addPid(0x100, &first), 0) << "not tuned";
   tune(kLocked);
-  EXPECT_EQ(OmbrixHalTunerDvbTAddPid(dvbT, 0x100, Deliveries::record, &first) +
-                OmbrixHalTunerDvbTAddPid(dvbT, 0x100, Deliveries::record, &second) +
-                OmbrixHalTunerDvbTAddPid(dvbT, 0x10000, Deliveries::record, &whole) +
-                OmbrixHalTunerDvbTAddPid(dvbT, 0x20101, nullptr, nullptr) +
-                OmbrixHalTunerDvbTAddPid(dvbT, 0x101, nullptr, &first),
+  EXPECT_EQ(addPid(0x100, &first) + addPid(0x100, &second) + addPid(0x10000, &whole) +
+                addPid(0x20101, nullptr, nullptr) + addPid(0x101, &first, nullptr),
             4);
   EXPECT_EQ(log.lines(), std::vector{nullValue("OmbrixHalTunerDvbTAddPid", "aHandler")});
   EXPECT_EQ(DibEmulatorCountCalls("DibCreateTSReader") * 10 + DibEmulatorCountCalls("DibCreateFilter"),
@@ -220,32 +173,36 @@ TEST_F(DvbTTuner, GivesEachPacketToTheFirstEntryOfItsPidAndWholeBuffersToFlagged
     EXPECT_EQ(lastCall("DibRegisterBuffer").Arguments[2], kReaderMode ? 0u : index);
   }
   EXPECT_EQ(first.data(), (std::vector{a, c, a, c, a, c}));
-  EXPECT_EQ(static_cast<void*>(first.from()[0]), dvbT);
+  EXPECT_EQ(first.from(), std::vector(6, reinterpret_cast<OmbrixHalFilterHandle>(dvbT))) << "from the tuner";
   EXPECT_EQ(whole.data(), std::vector(3, buffer));
   EXPECT_TRUE(second.calls.empty());
   for (int entry = 4; entry < 16; ++entry) {
-    EXPECT_EQ(OmbrixHalTunerDvbTAddPid(dvbT, 0x200, Deliveries::record, &second), 1);
+    EXPECT_EQ(addPid(0x200, &second), 1);
   }
-  EXPECT_EQ(OmbrixHalTunerDvbTAddPid(dvbT, 0x200, Deliveries::record, &second), 0) << "the 17th";
+  EXPECT_EQ(addPid(0x200, &second), 0) << "the 17th";
   // The second entry of the PID takes its packets once the first is gone.
   EXPECT_EQ(OmbrixHalTunerDvbTRemovePid(dvbT, 0x100) + OmbrixHalTunerDvbTRemovePid(dvbT, 0x102), 1);
   EXPECT_EQ(deliver(a, 1), 0);
   EXPECT_EQ(second.data(), std::vector<Bytes>{a});
   EXPECT_EQ(OmbrixHalTunerDvbTRemovePid(dvbT, OMBRIX_HAL_TUNER_DVB_T_PID_ALL), 1);
   EXPECT_NE(deliver(a), 0) << "no filter";
-  EXPECT_EQ(OmbrixHalTunerDvbTAddPid(dvbT, 0x100, Deliveries::record, &first), 1) << "a new filter";
+  EXPECT_EQ(addPid(0x100, &first), 1) << "a new filter";
 }
 
-TEST_F(DvbTTuner, AnswersAndStaysWellWithEveryDriverCallFailingInTurn) {
+TEST_F(DvbTTuner, OneAtATimePrintingTheDriversVersionsAndStayingWellWithEveryDriverCallFailingInTurn) {
+  EXPECT_EQ(console.take(), "DiBcom Firmware Version: 1.05\nDiBcom Driver Version: 3.2.1\nDiBcom tuner type 9090\n");
+  EXPECT_STREQ(OmbrixHalTunerDvbTGetDriverVersionString(), "3.2.1");
+  EXPECT_EQ(OmbrixHalTunerOpen("DVB-T"), nullptr);
+  EXPECT_EQ(log.take(), std::vector{error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-T'", 0x1007)});
+  EXPECT_EQ(OmbrixHalTunerReceive(dvbT, 2) + OmbrixHalTunerRegisterPacketHandler(dvbT, Deliveries::record, &console) +
+                OmbrixHalTunerUnregisterPacketHandler(dvbT, &console, nullptr),
+            3);
+  // Each driver call failing in turn, from the open of a second tuner on.
   enum Mode { kBoth, kBuffers, kReader };
   const std::vector<int64_t> unharmed = {1, 23, 1, 1, 1, 1, 3, 69, 1, 1, 1};
-  const struct {
-    const char* function;
-    uint32_t nth;
-    Mode mode;
-    std::vector<int64_t> answers;
-    std::string console;  // printed besides the usual lines
-  } cases[] = {
+  // The call, which of its calls fails, the answers, and what is printed besides the usual lines.
+  using Case = std::tuple<const char*, uint32_t, Mode, std::vector<int64_t>, std::string>;
+  const Case cases[] = {
       {"None", 1, kBoth, unharmed,
        std::string("9090\n**DibGetChannel\n**DibGetChannel\n") +
            (kReaderMode ? "" : "**DibUnregisterBuffer\n**DibUnregisterBuffer\n")},
@@ -267,16 +224,36 @@ TEST_F(DvbTTuner, AnswersAndStaysWellWithEveryDriverCallFailingInTurn) {
       {"DibCloseTSReader", 1, kReader, unharmed, ""},
       {"DibClose", 1, kBoth, unharmed, ""},
   };
-  EXPECT_EQ(OmbrixHalTunerClose(dvbT), 1);
-  dvbT = nullptr;
-  for (const auto& c : cases) {
-    if (c.mode == (kReaderMode ? kBuffers : kReader)) {
+  EXPECT_EQ(OmbrixHalTunerClose(std::exchange(dvbT, nullptr)), 1);
+  for (const auto& [function, nth, mode, expected, printed] : cases) {
+    if (mode == (kReaderMode ? kBuffers : kReader)) {
       continue;
     }
+    SCOPED_TRACE(std::string(function) + " " + std::to_string(nth));
     console.take();
-    EXPECT_EQ(runFailing(c.function, c.nth), c.answers) << c.function << " " << c.nth;
-    EXPECT_NE(console.text().find(c.console), std::string::npos) << c.function << ": " << console.text();
-    if (c.answers.size() == 1) {
+    log.clear();
+    DibEmulatorFailCall(function, nth, -1);
+    // Open, tune twice (the second tuning drops the first one's channel), two PIDs, two
+    // deliveries, strength, two removes and close: each step's answer, taken in this order.
+    Deliveries received;
+    std::vector<int64_t> answers{(dvbT = open()) != nullptr};
+    if (dvbT != nullptr) {
+      auto* driver = static_cast<DibDriverHandle>(OmbrixHalTunerDvbTGetHandle(dvbT));
+      answers = {1, (tune(kLocked) + tune(kLocked)) * 10 + OmbrixHalTunerDvbTGetStatus(dvbT),
+                 addPid(0x100, &received), addPid(0x101, &received),
+                 deliver(concat({tsPacketOf(0x100, 1), tsPacketOf(0x101, 2)})) == 0,
+                 deliver(tsPacketOf(0x100, 1)) == 0, int64_t(received.calls.size()),
+                 OmbrixHalTunerDvbTGetSignalStrength(dvbT), OmbrixHalTunerDvbTRemovePid(dvbT, 0x100),
+                 OmbrixHalTunerDvbTRemovePid(dvbT, OMBRIX_HAL_TUNER_DVB_T_PID_ALL),
+                 OmbrixHalTunerClose(std::exchange(dvbT, nullptr))};
+      if (std::strcmp(function, "DibClose") == 0) {
+        DibClose(driver);  // the driver stayed open
+      }
+    }
+    DibEmulatorFailCall(function, 0, 0);
+    EXPECT_EQ(answers, expected);
+    EXPECT_NE(console.text().find(printed), std::string::npos) << console.text();
+    if (expected.size() == 1) {
       EXPECT_EQ(log.take(), (std::vector{info("OmbrixHalCriticalSectionCreate", "Critical section created succesfully"),
                                          error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-T'", 0x1007)}));
     }
@@ -285,25 +262,21 @@ TEST_F(DvbTTuner, AnswersAndStaysWellWithEveryDriverCallFailingInTurn) {
 
 using DvbTFilters = DvbTTest;
 
-// Each filter type's PID in multiplex().
-constexpr uint32_t kPidOfType[] = {kTsPid, kSectionPid, kPcrPid, kPesPid, kTeletextPid};
-
 TEST_F(DvbTFilters, ClientsReceiveWhatADigitalFileTunerDeliversFromTheSameBytes) {
-  const std::pair<OmbrixHalFilterType, uint32_t> kinds[] = {
-      {OMBRIX_HAL_FILTER_TYPE_SECTION, kSectionPid},  {OMBRIX_HAL_FILTER_TYPE_PES, kPesPid},
-      {OMBRIX_HAL_FILTER_TYPE_TELETEXT, kTeletextPid}, {OMBRIX_HAL_FILTER_TYPE_PCR, kPcrPid},
-      {OMBRIX_HAL_FILTER_TYPE_TS, kTsPid},             {OMBRIX_HAL_FILTER_TYPE_SECTION, kSectionPid}};
+  const OmbrixHalFilterType types[] = {OMBRIX_HAL_FILTER_TYPE_SECTION, OMBRIX_HAL_FILTER_TYPE_PES,
+                                       OMBRIX_HAL_FILTER_TYPE_TELETEXT, OMBRIX_HAL_FILTER_TYPE_PCR,
+                                       OMBRIX_HAL_FILTER_TYPE_TS, OMBRIX_HAL_FILTER_TYPE_SECTION};
   const Bytes stream = multiplex(2);
-  std::vector<Deliveries> fromFile(std::size(kinds)), live(std::size(kinds));
+  std::vector<Deliveries> fromFile(std::size(types)), live(std::size(types));
   std::vector<OmbrixHalFilterHandle> filters;
   tune(kLocked);
-  for (size_t i = 0; i < std::size(kinds); ++i) {
-    filters.push_back(client(tuner, kinds[i].first, kinds[i].second, Deliveries::record, &fromFile[i]));
-    filters.push_back(client(dvbT, kinds[i].first, kinds[i].second, Deliveries::record, &live[i]));
+  for (size_t i = 0; i < std::size(types); ++i) {
+    filters.push_back(openStarted(types[i], kPidOfType[types[i]], fromFile[i]));
+    filters.push_back(client(types[i], kPidOfType[types[i]], Deliveries::record, &live[i]));
   }
   play(stream);
   EXPECT_EQ(deliver(stream), 0);
-  for (size_t i = 0; i < std::size(kinds); ++i) {
+  for (size_t i = 0; i < std::size(types); ++i) {
     EXPECT_FALSE(live[i].calls.empty());
     EXPECT_EQ(live[i].data(), fromFile[i].data()) << i;
     EXPECT_EQ(OmbrixHalFilterClose(filters[2 * i]) + OmbrixHalFilterClose(filters[2 * i + 1]), 2);
@@ -320,23 +293,23 @@ TEST_F(DvbTFilters, TheRootRegistersItsPidAndDeliversWhileStartedKeepingTheOldPi
   OmbrixHalFilterParameter parameter = pidParameter(0x100);
   EXPECT_EQ(OmbrixHalFilterGetParameter(root, &parameter), 1);
   EXPECT_EQ(parameter.pid, 0u) << "zeros before any parameter";
-  const Bytes a = tsPacketOf(0x100, 1), b = tsPacketOf(0x101, 2);
+  const Bytes ab = concat({tsPacketOf(0x100, 1), tsPacketOf(0x101, 2)});
   for (uint32_t pid : {0x100, 0x101}) {
     parameter = pidParameter(pid);
     EXPECT_EQ(OmbrixHalFilterSetHandler(root, Deliveries::record, &deliveries), 1);
     EXPECT_EQ(OmbrixHalFilterSetParameter(root, &parameter), 1);
     EXPECT_EQ(lastCall("DibAddToFilter").Arguments[2], pid);
-    EXPECT_EQ(deliver(concat({a, b})), 0);
+    EXPECT_EQ(deliver(ab), 0);
     EXPECT_TRUE(deliveries.calls.empty()) << "not started";
   }
   EXPECT_EQ(OmbrixHalFilterStart(root), 1);
-  EXPECT_EQ(deliver(concat({a, b})), 0);
-  EXPECT_EQ(deliveries.data(), (std::vector{a, b}));
+  EXPECT_EQ(deliver(ab), 0);
+  EXPECT_EQ(deliveries.data(), (std::vector{tsPacketOf(0x100, 1), tsPacketOf(0x101, 2)}));
   EXPECT_EQ(deliveries.from(), std::vector(2, root));
   EXPECT_EQ(DibEmulatorCountCalls("DibRemoveFromFilter"), 0u);
   EXPECT_EQ(OmbrixHalFilterClose(root), 1);
   EXPECT_EQ(DibEmulatorCountCalls("DibRemoveFromFilter"), 2u);
-  EXPECT_EQ(deliver(concat({a, b})), 0) << "nothing registered";
+  EXPECT_EQ(deliver(ab), 0) << "nothing registered";
 }
 
 TEST_F(DvbTFilters, ThePoolHasThirtyFiltersRunningOnlyOnceConfiguredAndStarted) {
@@ -379,10 +352,7 @@ TEST_F(DvbTDelivery, StopAndCloseOfTheRootReturnOnlyOnceADeliveryIsOver) {
   for (auto act : {OmbrixHalFilterDvbTTsToTsStop, OmbrixHalFilterClose}) {
     tune(kLocked);
     Lingering lingering;
-    OmbrixHalFilterHandle root =
-        OmbrixHalFilterCreateRealFilter(dvbT, OMBRIX_HAL_FILTER_TYPE_TS, Lingering::handler, &lingering);
-    const OmbrixHalFilterParameter parameter = pidParameter(0x100);
-    EXPECT_EQ(OmbrixHalFilterSetParameter(root, &parameter) + OmbrixHalFilterStart(root), 2);
+    OmbrixHalFilterHandle root = client(OMBRIX_HAL_FILTER_TYPE_TS, 0x100, Lingering::handler, &lingering, true);
     std::thread driver([] { deliver(tsPacketOf(0x100, 1)); });
     EXPECT_EQ(lingering.actDuringDelivery([&] { return act(root); }), 1);
     driver.join();
@@ -393,17 +363,17 @@ TEST_F(DvbTDelivery, StopAndCloseOfTheRootReturnOnlyOnceADeliveryIsOver) {
   }
 }
 
-TEST_F(DvbTDelivery, ClientsOpenStopAndCloseFiltersWhileTheDriversThreadDelivers) {
+TEST_F(DvbTDelivery, ClientsOpenStopAndCloseFiltersWhileTheDriversThreadDeliversUntilTheTunerCloses) {
   writeBytes(path, multiplex(20));
   DibEmulatorSetDelivery(DIB_EMULATOR_UNPACED);
   tune(kLocked);
-  std::atomic<int> delivered{0};
+  std::atomic<int> delivered{0}, buffers{0};
   const auto end = std::chrono::steady_clock::now() + 1s;
   runOnThreads(3, [&](int index) {
     std::minstd_rand random(static_cast<unsigned>(index) + 1);
     while (std::chrono::steady_clock::now() < end) {
       const auto type = OmbrixHalFilterType(random() % 5);
-      OmbrixHalFilterHandle filter = client(dvbT, type, kPidOfType[type], count<OmbrixHalFilterHandle>, &delivered);
+      OmbrixHalFilterHandle filter = client(type, kPidOfType[type], count<OmbrixHalFilterHandle>, &delivered);
       std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
       if (random() % 2 == 0) {
         EXPECT_EQ(OmbrixHalFilterStop(filter) + OmbrixHalFilterStart(filter), 2);
@@ -412,22 +382,13 @@ TEST_F(DvbTDelivery, ClientsOpenStopAndCloseFiltersWhileTheDriversThreadDelivers
     }
   });
   EXPECT_GT(delivered.load(), 0);
-}
-
-TEST_F(DvbTDelivery, ClosingTheTunerEndsTheDeliveryUnderWay) {
-  DibEmulatorSetDelivery(DIB_EMULATOR_UNPACED);
-  tune(kLocked);
-  std::atomic<int> buffers{0}, packets{0};
-  OmbrixHalFilterHandle filter =
-      client(dvbT, OMBRIX_HAL_FILTER_TYPE_TS, 0x0005, count<OmbrixHalFilterHandle>, &packets);
-  EXPECT_EQ(OmbrixHalTunerDvbTAddPid(dvbT, OMBRIX_HAL_TUNER_DVB_T_PID_WHOLE_BUFFER, count<void*>, &buffers), 1);
-  // The driver's thread goes on delivering to the whole-buffer entry while the tuner closes.
-  while (packets < 10 || buffers < 10) {
+  // The driver's thread goes on delivering to a whole-buffer entry while the tuner closes.
+  OmbrixHalFilterHandle filter = client(OMBRIX_HAL_FILTER_TYPE_TS, kTsPid, count<OmbrixHalFilterHandle>, &delivered);
+  EXPECT_EQ(addPid(OMBRIX_HAL_TUNER_DVB_T_PID_WHOLE_BUFFER, &buffers, count<void*>), 1);
+  for (const int before = delivered; delivered < before + 10 || buffers < 10;) {
     std::this_thread::yield();
   }
-  EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
-  EXPECT_EQ(OmbrixHalTunerClose(dvbT), 1);
-  dvbT = nullptr;
+  EXPECT_EQ(OmbrixHalFilterClose(filter) + OmbrixHalTunerClose(std::exchange(dvbT, nullptr)), 2);
   const int after = buffers;
   std::this_thread::sleep_for(10ms);
   EXPECT_EQ(buffers, after);
