@@ -50,8 +50,10 @@ class DibEmulatorTest : public ::testing::Test {
   void writePlan(const std::string& text) { write("plan.txt", Bytes(text.begin(), text.end())); }
   // Tunes as the HAL does: every transmission parameter to be detected.
   DibChannelDescription tune(uint32_t frequency, uint32_t bandwidth) {
-    DibChannelDescription description{
-        129, 0, 0, {}, frequency, bandwidth, -1, 0, 0, -1, -1, -1, -1, -1, 1, -1, -1, -1, {}};
+    DibChannelDescription description{};
+    description.FrequencyKHz = frequency;
+    description.Bandwidth = bandwidth;
+    description.TransmissionMode = description.GuardInterval = description.Constellation = description.CodeRate = -1;
     EXPECT_EQ(DibGetChannel(driver, 0, 0, 0, &description, &channel, 0, 0), 0);
     return description;
   }
