@@ -26,6 +26,7 @@ constexpr OmbrixHalBool kDoneResult = 1;
 #endif
 
 void writeFile(const fs::path& path, const std::string& contents) { std::ofstream(path, std::ios::binary) << contents; }
+std::string local(const std::string& name) { return "//local/" + kScratch.string() + name; }
 
 // What one read of up to `size` bytes gives.
 std::string readText(OmbrixHalFileHandle file, uint32_t size) {
@@ -70,19 +71,13 @@ TEST_P(FileSystemReading, ReadsSeeksAndTellsAlike) {
 TEST_P(FileSystemReading, MissingFilesAndDirectoriesDoNotOpen) {
   for (const std::string& name : {std::string("/missing"), std::string("/sub"), "/" + std::string(256, 'n')}) {
     EXPECT_EQ(OmbrixHalFileOpen(path(name).c_str(), "r"), nullptr) << name;
-    const std::string text = "Cannot open file in mode 'r': '" + path(name) + "'";
-    EXPECT_EQ(log.take().back(),
-              error("OmbrixHalFileOpen", text.size() < 256 ? text : text.substr(0, 253) + "...", 0x1016));
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(BothFileSystems, FileSystemReading, ::testing::Values("//builtin/", "//local/"),
                          [](const auto& info) { return std::string(info.param[2] == 'b' ? "Builtin" : "Local"); });
 
-class LocalFileSystem : public FileSystemTest {
- protected:
-  static std::string local(const std::string& name) { return "//local/" + kScratch.string() + name; }
-};
+using LocalFileSystem = FileSystemTest;
 
 TEST_F(LocalFileSystem, StandardPairIsRegisteredAndOpensAreLogged) {
   OmbrixHalFileDone();
