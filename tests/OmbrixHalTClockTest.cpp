@@ -39,12 +39,17 @@ class ClockTest : public FakeClockTest {
 
 using ClockUtc = ClockTest;
 
-TEST_F(ClockUtc, EachReadingTruncatesItsOwnMilliseconds) {
+TEST_F(ClockUtc, EachReadingTruncatesItsOwnMillisecondsAndACounterWrapsAtItsOwnValue) {
   FakeClock::setTicks(1000);
   OmbrixHalClockSetUtcTime(5000);
   // 1999 ms apart: 1500 and 3499 read 2 s apart, 2000 and 3999 only 1 s.
   EXPECT_EQ((std::array{utcAt(1500), utcAt(2000), utcAt(3499), utcAt(3999)}),
             (std::array<OmbrixHalDateTime, 4>{5000, 5001, 5002, 5002}));
+  FakeClock::setWrap(100000);
+  FakeClock::setTicks(90001);
+  OmbrixHalClockSetUtcTime(700);
+  // 4999 ms; 9999 ms to the wrap and 5000 after it; 1000 ms less, on one more full turn of 100 s.
+  EXPECT_EQ((std::array{utcAt(95000), utcAt(5000), utcAt(4000)}), (std::array<OmbrixHalDateTime, 3>{704, 714, 813}));
 }
 
 TEST_F(ClockUtc, EachBackwardsStepIsOneOverrunLoggedByTheReaderAndFurtherOnesAddExactWraps) {
@@ -60,14 +65,6 @@ TEST_F(ClockUtc, EachBackwardsStepIsOneOverrunLoggedByTheReaderAndFurtherOnesAdd
   const auto overrun = [](const char* reader) { return info(reader, "Clock: hardware clock overrun occured", 0x301a); };
   EXPECT_EQ(log.lines(), (std::vector{overrun("OmbrixHalClockGetUtcTime"), overrun("OmbrixHalClockGetLocalTime"),
                                       overrun("OmbrixHalClockGetUtcTime")}));
-}
-
-TEST_F(ClockUtc, CounterWithItsOwnWrapValue) {
-  FakeClock::setWrap(100000);
-  FakeClock::setTicks(90001);
-  OmbrixHalClockSetUtcTime(700);
-  // 4999 ms; 9999 ms to the wrap and 5000 after it; 1000 ms less, on one more full turn of 100 s.
-  EXPECT_EQ((std::array{utcAt(95000), utcAt(5000), utcAt(4000)}), (std::array<OmbrixHalDateTime, 3>{704, 714, 813}));
 }
 
 TEST_F(ClockUtc, MissingTickSlotsWarnAndReadZeroAndNullOutParametersAreRefusedWithTheirNames) {
@@ -165,7 +162,9 @@ TEST_F(ClockDaylightTime, OptionsAreLoggedByNameOptionFourChangesNothingAndTheOf
 
 using ClockSetHandlers = ClockTest;
 
-TEST_F(ClockSetHandlers, TableHoldsTwentyAndEveryChangeButARefusedOneIsNotified) {
+// The state set before the restart (UTC time, offset, manual daylight time) must not survive it:
+// the local time counts from the counter's start again.
+TEST_F(ClockSetHandlers, TableHoldsTwentyEveryChangeButARefusedOneIsNotifiedAndInitForgetsHandlersAndState) {
   for (int index = 0; index < OMBRIX_HAL_CLOCK_SET_HANDLER_COUNT; ++index) {
     ASSERT_EQ(OmbrixHalClockRegisterSetHandler(otherHandler, nullptr), 1) << index;
   }
@@ -175,24 +174,17 @@ TEST_F(ClockSetHandlers, TableHoldsTwentyAndEveryChangeButARefusedOneIsNotified)
   ASSERT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, nullptr), 1) << "a freed entry is taken again";
   OmbrixHalClockSetLocalTimeOffset(60);
   OmbrixHalClockSetDaylightTime(1, 2, 60);
-  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_OFF, 0);
+  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_ON, 60);
   OmbrixHalClockSetDaylightTimeOption(4, 0);
   ASSERT_EQ(OmbrixHalClockUnregisterSetHandler(recordEvent), 1);
-  OmbrixHalClockSetLocalTimeOffset(0);
-  EXPECT_EQ(events, (std::vector<Event>{{nullptr, 1}, {nullptr, 2}, {nullptr, 2}}));
-}
-
-TEST_F(ClockSetHandlers, InitForgetsHandlersAndStateAndCountsFromTheCounterStartAgain) {
-  ASSERT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, nullptr), 1);
   OmbrixHalClockSetUtcTime(at(2009, 1, 1));
-  OmbrixHalClockSetLocalTimeOffset(60);
-  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_ON, 60);
-  events.clear();
+  EXPECT_EQ(events, (std::vector<Event>{{nullptr, 1}, {nullptr, 2}, {nullptr, 2}}));
+  ASSERT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, nullptr), 1);
   restart();
   FakeClock::setTicks(90500);
   EXPECT_EQ(OmbrixHalClockGetLocalTime(), 90u);
   OmbrixHalClockSetUtcTime(100);
-  EXPECT_TRUE(events.empty());
+  EXPECT_EQ(events.size(), 3u);
 }
 
 }  // namespace
