@@ -19,12 +19,15 @@ std::string localAt(OmbrixHalDateTime utc) {
   return toString(OmbrixHalClockGetLocalTime()) + " " + std::to_string(OmbrixHalClockIsDaylightTime());
 }
 
-// Start, end and offset in minutes.
-std::string daylightWindow() {
+// The window's start, end and offset in minutes, then the option and its offset in seconds.
+std::string daylightTime() {
   OmbrixHalDateTime start = 0, end = 0;
-  int32_t minutes = 0;
+  int32_t minutes = 0, seconds = 0;
+  uint32_t option = 9;
   OmbrixHalClockGetDaylightTime(&start, &end, &minutes);
-  return toString(start) + " " + toString(end) + " " + std::to_string(minutes);
+  OmbrixHalClockGetDaylightTimeOption(&option, &seconds);
+  return toString(start) + " " + toString(end) + " " + std::to_string(minutes) + ", " + std::to_string(option) + " " +
+         std::to_string(seconds);
 }
 
 using Event = std::pair<void*, uint32_t>;
@@ -138,9 +141,9 @@ TEST_F(ClockDaylightTime, ManualOptionsIgnoreTheWindowWhereSetLocalTimeDoesNot) 
 TEST_F(ClockDaylightTime, AutomaticWindowRunsFromLastSundayOfMarchToLastSundayOfOctoberOfTheYearSet) {
   OmbrixHalClockSetUtcTime(at(2009, 6, 1));
   OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_AUTO, 60);
-  EXPECT_EQ(daylightWindow(), "2009-03-29T02:00:00 2009-10-25T03:00:00 60");
+  EXPECT_EQ(daylightTime(), "2009-03-29T02:00:00 2009-10-25T03:00:00 60, 1 3600");
   EXPECT_EQ(localAt(at(2010, 4, 1, 12)), "2010-04-01T13:00:00 1") << "outside the window of 2009";
-  EXPECT_EQ(daylightWindow(), "2010-03-28T02:00:00 2010-10-31T03:00:00 60");
+  EXPECT_EQ(daylightTime(), "2010-03-28T02:00:00 2010-10-31T03:00:00 60, 1 3600");
 }
 
 TEST_F(ClockDaylightTime, OptionsAreLoggedByNameOptionFourChangesNothingAndTheOffsetReadsBackInSeconds) {
@@ -152,12 +155,7 @@ TEST_F(ClockDaylightTime, OptionsAreLoggedByNameOptionFourChangesNothingAndTheOf
   }
   OmbrixHalClockSetDaylightTimeOption(4, 30);
   EXPECT_EQ(log.take(), std::vector{error(name, "Illegal value for parameter 'aDaylightTimeOption'", 0x1002)});
-  uint32_t option = 9;
-  int32_t seconds = 0;
-  OmbrixHalClockGetDaylightTimeOption(&option, &seconds);
-  EXPECT_EQ(option, OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_OFF);
-  EXPECT_EQ(seconds, -5400);
-  EXPECT_EQ(daylightWindow(), "1970-03-29T02:00:00 1970-10-25T03:00:00 -90") << "the window's offset is in minutes";
+  EXPECT_EQ(daylightTime(), "1970-03-29T02:00:00 1970-10-25T03:00:00 -90, 3 -5400") << "the option's is in seconds";
 }
 
 using ClockSetHandlers = ClockTest;
