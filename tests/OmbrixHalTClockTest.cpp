@@ -35,12 +35,7 @@ std::vector<Event> events;
 void recordEvent(void* aContext, uint32_t aEvent) { events.emplace_back(aContext, aEvent); }
 void otherHandler(void*, uint32_t) {}
 
-class ClockTest : public FakeClockTest {
- protected:
-  ClockTest() { events.clear(); }
-};
-
-using ClockUtc = ClockTest;
+using ClockUtc = FakeClockTest;
 
 TEST_F(ClockUtc, EachReadingTruncatesItsOwnMillisecondsAndACounterWrapsAtItsOwnValue) {
   FakeClock::setTicks(1000);
@@ -85,10 +80,11 @@ TEST_F(ClockUtc, MissingTickSlotsWarnAndReadZeroAndNullOutParametersAreRefusedWi
                          nullValue("OmbrixHalClockGetDaylightTimeOption", "aDaylightTimeOption")}));
 }
 
-using ClockTimeSet = ClockTest;
+using ClockTimeSet = FakeClockTest;
 
 TEST_F(ClockTimeSet, SetsAreLoggedAndNotifiedAndOnlyUtcReachesTheHardwareClock) {
   int context = 0;
+  events.clear();
   ASSERT_EQ(OmbrixHalClockRegisterSetHandler(recordEvent, &context), 1);
   OmbrixHalClockSetUtcTime(at(2009, 3, 29, 2));
   OmbrixHalClockSetLocalTimeOffset(-60);
@@ -106,7 +102,7 @@ TEST_F(ClockTimeSet, SetsAreLoggedAndNotifiedAndOnlyUtcReachesTheHardwareClock) 
   EXPECT_EQ(minutes, static_cast<int32_t>(0xfffff1f0u / 60)) << "a negative offset reads back unsigned, not as -60";
 }
 
-using ClockDaylightTime = ClockTest;
+using ClockDaylightTime = FakeClockTest;
 
 TEST_F(ClockDaylightTime, ExplicitWindowAppliesTheOffsetInsideWithItsEndMovedBackByIt) {
   OmbrixHalClockSetDaylightTime(at(2009, 3, 29, 2), at(2009, 10, 25, 3), 60);
@@ -158,11 +154,12 @@ TEST_F(ClockDaylightTime, OptionsAreLoggedByNameOptionFourChangesNothingAndTheOf
   EXPECT_EQ(daylightTime(), "1970-03-29T02:00:00 1970-10-25T03:00:00 -90, 3 -5400") << "the option's is in seconds";
 }
 
-using ClockSetHandlers = ClockTest;
+using ClockSetHandlers = FakeClockTest;
 
 // The state set before the restart (UTC time, offset, manual daylight time) must not survive it:
 // the local time counts from the counter's start again.
 TEST_F(ClockSetHandlers, TableHoldsTwentyEveryChangeButARefusedOneIsNotifiedAndInitForgetsHandlersAndState) {
+  events.clear();
   for (int index = 0; index < OMBRIX_HAL_CLOCK_SET_HANDLER_COUNT; ++index) {
     ASSERT_EQ(OmbrixHalClockRegisterSetHandler(otherHandler, nullptr), 1) << index;
   }

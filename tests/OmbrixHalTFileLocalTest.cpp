@@ -76,7 +76,7 @@ INSTANTIATE_TEST_SUITE_P(BothFileSystems, FileSystemReading, ::testing::Values("
 
 using LocalFileSystem = FileSystemTest;
 
-TEST_F(LocalFileSystem, StandardPairIsRegisteredAndOpensAreLogged) {
+TEST_F(LocalFileSystem, StandardPairIsRegisteredOpensAreLoggedAndRemoveAndRenameReportTheirPlatformCallsZero) {
   OmbrixHalFileDone();
   EXPECT_EQ(OmbrixHalFileInit(), 0) << "kept: the local file system has no Init";
   // The longest name a file may have, relative to the working directory.
@@ -91,9 +91,6 @@ TEST_F(LocalFileSystem, StandardPairIsRegisteredAndOpensAreLogged) {
   EXPECT_EQ(fs::file_size(longName), 3u);
   fs::remove(longName);
   EXPECT_EQ(OmbrixHalFileVolumeMount("//local/"), 1);
-}
-
-TEST_F(LocalFileSystem, RemoveAndRenameReportTheirPlatformCallsZero) {
   EXPECT_EQ(OmbrixHalFileRename(local("/digits").c_str(), "moved"), kDoneResult);
   EXPECT_TRUE(fs::exists(kScratch / "moved"));
   EXPECT_EQ(OmbrixHalFileRemove(local("/moved").c_str()), kDoneResult);

@@ -9,22 +9,20 @@ namespace {
 
 constexpr char kCaller[] = "OmbrixHalCaller";
 
-struct IdClass {
-  uint32_t baseId, count;
-};
-constexpr IdClass kIdClasses[] = {{0x1000, 35}, {0x2000, 10}, {0x3000, 40}};
+// Each class's base id and how many ids it has.
+constexpr std::pair<uint32_t, uint32_t> kIdClasses[] = {{0x1000, 35}, {0x2000, 10}, {0x3000, 40}};
 
 void setAllClasses(OmbrixHalBool enable) {
-  for (const IdClass& idClass : kIdClasses) {
-    OmbrixHalLoggerEnableLog(idClass.baseId, enable, kCaller);
+  for (const auto& [baseId, count] : kIdClasses) {
+    OmbrixHalLoggerEnableLog(baseId, enable, kCaller);
   }
 }
 
 // Logs a "probe" line under every id of every class and returns the ids that got through.
 std::vector<uint32_t> probeAllIds(LogCapture& log) {
   log.clear();
-  for (const IdClass& idClass : kIdClasses) {
-    for (uint32_t id = idClass.baseId; id < idClass.baseId + idClass.count; ++id) {
+  for (const auto& [baseId, count] : kIdClasses) {
+    for (uint32_t id = baseId; id < baseId + count; ++id) {
       OmbrixHalLoggerPrintf(kCaller, id, "probe");
     }
   }
