@@ -104,21 +104,13 @@ TEST_F(ClockTimeSet, SetsAreLoggedAndNotifiedAndOnlyUtcReachesTheHardwareClock) 
 
 using ClockDaylightTime = FakeClockTest;
 
-TEST_F(ClockDaylightTime, ExplicitWindowAppliesTheOffsetInsideWithItsEndMovedBackByIt) {
+TEST_F(ClockDaylightTime, ExplicitWindowEndsAnOffsetEarlyAndManualOptionsIgnoreItWhereSetLocalTimeDoesNot) {
   OmbrixHalClockSetDaylightTime(at(2009, 3, 29, 2), at(2009, 10, 25, 3), 60);
   EXPECT_EQ(localAt(at(2009, 7, 1, 12)), "2009-07-01T13:00:00 1");
   EXPECT_EQ(localAt(at(2009, 12, 1, 12)), "2009-12-01T12:00:00 0");
   EXPECT_EQ(localAt(at(2009, 10, 25, 2)), "2009-10-25T02:00:00 0");
   // The offset applies at 01:30; IsDaylightTime then tests 02:30, which is past the end.
   EXPECT_EQ(localAt(at(2009, 10, 25, 1, 30)), "2009-10-25T02:30:00 0");
-  // A window across the year end.
-  OmbrixHalClockSetDaylightTime(at(2009, 10, 1), at(2009, 3, 1), 30);
-  EXPECT_EQ(localAt(at(2009, 12, 24, 18)), "2009-12-24T18:30:00 1");
-  EXPECT_EQ(localAt(at(2009, 6, 24, 18)), "2009-06-24T18:00:00 0");
-}
-
-TEST_F(ClockDaylightTime, ManualOptionsIgnoreTheWindowWhereSetLocalTimeDoesNot) {
-  OmbrixHalClockSetDaylightTime(at(2009, 3, 29, 2), at(2009, 10, 25, 3), 60);
   OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_ON, 60);
   EXPECT_EQ(localAt(at(2009, 12, 1, 12)), "2009-12-01T13:00:00 1");
   OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_MANUAL_OFF, 60);
@@ -132,17 +124,15 @@ TEST_F(ClockDaylightTime, ManualOptionsIgnoreTheWindowWhereSetLocalTimeDoesNot) 
     OmbrixHalClockSetLocalTime(local);
     EXPECT_EQ(toString(OmbrixHalClockGetUtcTime()), utc) << toString(local);
   }
+  // A window across the year end.
+  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_EXPLICIT, 30);
+  OmbrixHalClockSetDaylightTime(at(2009, 10, 1), at(2009, 3, 1), 30);
+  EXPECT_EQ(localAt(at(2009, 12, 24, 18)), "2009-12-24T18:30:00 1");
+  EXPECT_EQ(localAt(at(2009, 6, 24, 18)), "2009-06-24T18:00:00 0");
 }
 
-TEST_F(ClockDaylightTime, AutomaticWindowRunsFromLastSundayOfMarchToLastSundayOfOctoberOfTheYearSet) {
-  OmbrixHalClockSetUtcTime(at(2009, 6, 1));
-  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_AUTO, 60);
-  EXPECT_EQ(daylightTime(), "2009-03-29T02:00:00 2009-10-25T03:00:00 60, 1 3600");
-  EXPECT_EQ(localAt(at(2010, 4, 1, 12)), "2010-04-01T13:00:00 1") << "outside the window of 2009";
-  EXPECT_EQ(daylightTime(), "2010-03-28T02:00:00 2010-10-31T03:00:00 60, 1 3600");
-}
-
-TEST_F(ClockDaylightTime, OptionsAreLoggedByNameOptionFourChangesNothingAndTheOffsetReadsBackInSeconds) {
+// Option four changes nothing; the option's offset reads back in seconds.
+TEST_F(ClockDaylightTime, OptionsAreLoggedByNameAndAutoRunsFromLastSundayOfMarchToLastSundayOfOctoberOfTheYearSet) {
   const std::string name = "OmbrixHalClockSetDaylightTimeOption";
   const std::string names[] = {"explicit", "auto", "manual on", "manual off"};
   for (uint32_t option = 0; option < 4; ++option) {
@@ -151,7 +141,12 @@ TEST_F(ClockDaylightTime, OptionsAreLoggedByNameOptionFourChangesNothingAndTheOf
   }
   OmbrixHalClockSetDaylightTimeOption(4, 30);
   EXPECT_EQ(log.take(), std::vector{error(name, "Illegal value for parameter 'aDaylightTimeOption'", 0x1002)});
-  EXPECT_EQ(daylightTime(), "1970-03-29T02:00:00 1970-10-25T03:00:00 -90, 3 -5400") << "the option's is in seconds";
+  EXPECT_EQ(daylightTime(), "1970-03-29T02:00:00 1970-10-25T03:00:00 -90, 3 -5400");
+  OmbrixHalClockSetUtcTime(at(2009, 6, 1));
+  OmbrixHalClockSetDaylightTimeOption(OMBRIX_HAL_CLOCK_DAYLIGHT_TIME_AUTO, 60);
+  EXPECT_EQ(daylightTime(), "2009-03-29T02:00:00 2009-10-25T03:00:00 60, 1 3600");
+  EXPECT_EQ(localAt(at(2010, 4, 1, 12)), "2010-04-01T13:00:00 1") << "outside the window of 2009";
+  EXPECT_EQ(daylightTime(), "2010-03-28T02:00:00 2010-10-31T03:00:00 60, 1 3600");
 }
 
 using ClockSetHandlers = FakeClockTest;
