@@ -2,6 +2,7 @@
 // wrapping, registration, file history, rename targets, iterators and volumes.
 #include <array>
 #include <cstdio>
+#include <tuple>
 
 #include "OmbrixHalFakeClock.h"
 
@@ -74,7 +75,7 @@ TEST_F(FilePrefixRouting, OpenWithoutAMatchingPrefixFailsWithTheReason) {
   }
 }
 
-TEST_F(FilePrefixRouting, HandleCallsReachTheOpeningFileSystemAndNullHandlesGiveTheDefaults) {
+TEST_F(FilePrefixRouting, FileAndIteratorCallsReachTheOpeningFileSystemAndNullHandlesGiveTheDefaults) {
   OmbrixHalFileHandle file = OmbrixHalFileOpen("//fake/a.ts", "w");
   ASSERT_NE(file, nullptr);
   char buffer[4];
@@ -87,6 +88,14 @@ TEST_F(FilePrefixRouting, HandleCallsReachTheOpeningFileSystemAndNullHandlesGive
                                   OmbrixHalFileTell(nullptr), OmbrixHalFileEof(nullptr)}),
             (std::vector<int64_t>{2, 0, 1, 0, -1, 1, 0, 7, 0, 1, -1, 1}));
   EXPECT_EQ(calls, (std::vector<std::string>{"Open a.ts w", "Seek 5 -1"}));
+  // Kept: without a close slot an iterator's handle is not freed.
+  OmbrixHalFileIteratorHandle iterator = OmbrixHalFileIteratorOpen("//fake/dir");
+  ASSERT_NE(iterator, nullptr);
+  EXPECT_EQ((std::array{OmbrixHalFileIteratorFirst(iterator), OmbrixHalFileIteratorNext(iterator),
+                        OmbrixHalFileIteratorClose(iterator), OmbrixHalFileVolumeUnmount("//fake/")}),
+            (std::array<OmbrixHalBool, 4>{1, 0, 0, 0}));
+  OmbrixHalMemoryFree(iterator);
+  EXPECT_EQ(OmbrixHalFileIteratorOpen("//none/dir"), nullptr);
   EXPECT_EQ(OmbrixHalFileOpen("//fake/a", nullptr), nullptr);
   OmbrixHalFileDone();
   EXPECT_EQ(OmbrixHalFileOpen("//fake/a", "r"), nullptr) << "not before Init";
@@ -120,53 +129,51 @@ TEST_F(FileRegistration, ReRegistrationWithoutInitAppendsAndTenIsTheLimit) {
             (std::array<OmbrixHalBool, 3>{1, 0, 0}));
 }
 
-using FileHistory = FileTest;
+using FileRemove = FileTest;
 
-TEST_F(FileHistory, RemoveRenamesToTheUtcTimeStampedName) {
+// With history on, Remove renames to the name with the UTC time instead: a name too long removes
+// nothing, and a failed rename keeps the file. The answer is the fake's; the call succeeds
+// exactly when its line is an info.
+TEST_F(FileRemove, RemovesOrRenamesToTheUtcTimeStampedNameAndNamesTheReasonOfAFailure) {
+  OmbrixHalFileInterface readOnly = fakeInterface("//ro/");
+  readOnly.Remove = nullptr;
+  readOnly.Rename = nullptr;
+  const OmbrixHalFileInterface plain = fakeInterface("//plain/");
+  ASSERT_EQ(OmbrixHalFileRegisterFileInterface(&readOnly) + OmbrixHalFileRegisterFileInterface(&plain), 2);
   OmbrixHalClockSetUtcTime(1235909109);  // 2009-03-01T12:05:09
   ASSERT_EQ(OmbrixHalFileEnableFileHistory("//fake/", 1), 1);
   log.clear();
-  const std::string name230(230, 'n');
-  const std::vector<std::pair<std::string, std::string>> cases = {
-      {"rec/a.ts", "rec/a_2009-03-01T12-05-09.ts"},
-      {"a.b/file", "a_2009-03-01T12-05-09.b/file"},
-      {"noext", "noext_2009-03-01T12-05-09"},
-      {name230, name230 + "_2009-03-01T12-05-09"},
+  using Case = std::tuple<std::string, OmbrixHalBool, std::string, LogLine>;  // path, the fake's answer, its call
+  const auto history = [](const std::string& path, const std::string& name) {
+    const std::string text = "Generated file history: '//fake/" + path + "' -> '" + name + "'";
+    return Case{"//fake/" + path, 1, "Rename " + path + " " + name, info(kRemove, logged(text))};
   };
-  for (const auto& [path, historyName] : cases) {
+  const std::string name230(230, 'n'), name231 = "//fake/" + std::string(231, 'n');
+  const Case cases[] = {
+      history("rec/a.ts", "rec/a_2009-03-01T12-05-09.ts"),
+      history("a.b/file", "a_2009-03-01T12-05-09.b/file"),
+      history("noext", "noext_2009-03-01T12-05-09"),
+      history(name230, name230 + "_2009-03-01T12-05-09"),
+      {name231, 1, "", error(kRemove, logged("Cannot rename instead remove: name too long '" + name231 + "'"))},
+      {"//fake/a", 0, "Rename a a_2009-03-01T12-05-09",
+       error(kRemove, "Cannot generate file history: '//fake/a' -> 'a_2009-03-01T12-05-09'")},
+      {"//plain/a", 1, "Remove a", info(kRemove, "Removed file successfully: '//plain/a'")},
+      {"//plain/a", 0, "Remove a", error(kRemove, "Cannot remove file: '//plain/a'")},
+      {"a", 1, "", error(kRemove, "Cannot remove file: missing file prefix for 'a'")},
+      {"//none/a", 1, "", error(kRemove, "Cannot remove file: function not supported for '//none/a'")},
+      {"//ro/a", 1, "", error(kRemove, "Function 'OmbrixHalFileRemove' not supported for: '//ro/a'")},
+  };
+  for (const auto& [path, answer, call, line] : cases) {
     calls.clear();
-    EXPECT_EQ(OmbrixHalFileRemove(("//fake/" + path).c_str()), 1);
-    EXPECT_EQ(calls, std::vector{"Rename " + path + " " + historyName});
-    EXPECT_EQ(
-        log.take(),
-        std::vector{info(kRemove, logged("Generated file history: '//fake/" + path + "' -> '" + historyName + "'"))});
-  }
-}
-
-TEST_F(FileHistory, FailuresNameTheirReasonAndRemoveNothing) {
-  OmbrixHalFileInterface noRemove = fakeInterface("//ro/");
-  noRemove.Remove = nullptr;
-  noRemove.Rename = nullptr;
-  ASSERT_EQ(OmbrixHalFileRegisterFileInterface(&noRemove), 1);
-  slotResult = 0;
-  EXPECT_EQ(OmbrixHalFileRemove("//fake/a"), 0);
-  ASSERT_EQ(OmbrixHalFileEnableFileHistory("//fake/", 1), 1);
-  // With history on, a name too long removes nothing, and a failed history rename keeps the file.
-  const std::string name231 = "//fake/" + std::string(231, 'n');
-  for (const std::string& path : {name231, std::string("//fake/a"), std::string("a"), std::string("//none/a"),
-                                  std::string("//ro/a")}) {
-    EXPECT_EQ(OmbrixHalFileRemove(path.c_str()), 0) << path;
+    slotResult = answer;
+    EXPECT_EQ(OmbrixHalFileRemove(path.c_str()), line.severity == OMBRIX_HAL_LOGGER_SEVERITY_INFO ? 1 : 0) << path;
+    EXPECT_EQ(calls, call.empty() ? std::vector<std::string>{} : std::vector{call}) << path;
+    EXPECT_EQ(log.take(), std::vector{line}) << path;
   }
   EXPECT_EQ(OmbrixHalFileEnableFileHistory("a", 1) + OmbrixHalFileEnableFileHistory("//ro/a", 1), 0);
   const char* kEnable = "OmbrixHalFileEnableFileHistory";
   EXPECT_EQ(log.lines(),
-            (std::vector{error(kRemove, "Cannot remove file: '//fake/a'"),
-                         error(kRemove, logged("Cannot rename instead remove: name too long '" + name231 + "'")),
-                         error(kRemove, "Cannot generate file history: '//fake/a' -> 'a_1970-01-01T00-00-00'"),
-                         error(kRemove, "Cannot remove file: missing file prefix for 'a'"),
-                         error(kRemove, "Cannot remove file: function not supported for '//none/a'"),
-                         error(kRemove, "Function 'OmbrixHalFileRemove' not supported for: '//ro/a'"),
-                         error(kEnable, "Cannot remove file: missing file prefix for 'a'"),
+            (std::vector{error(kEnable, "Cannot remove file: missing file prefix for 'a'"),
                          error(kEnable, "Function 'OmbrixHalFileEnableFileHistory' not supported for '//ro/a'")}));
 }
 
@@ -190,20 +197,6 @@ TEST_F(FileTest, RenameBuildsTheTargetInTheOldDirectory) {
     const std::string renamed = "Renamed file successfully: '" + oldName + "' -> '" + newName + "'";
     EXPECT_EQ(log.take(), std::vector{done ? info(kRename, renamed) : error(kRename, outcome)});
   }
-}
-
-TEST_F(FileTest, IteratorsAndVolumesUseTheFirstFileSystemWithTheSlot) {
-  OmbrixHalFileIteratorHandle iterator = OmbrixHalFileIteratorOpen("//fake/dir");
-  ASSERT_NE(iterator, nullptr);
-  // Kept: without a close slot the handle is not freed.
-  EXPECT_EQ((std::array{OmbrixHalFileIteratorFirst(iterator), OmbrixHalFileIteratorNext(iterator),
-                        OmbrixHalFileIteratorClose(iterator)}),
-            (std::array<OmbrixHalBool, 3>{1, 0, 0}));
-  OmbrixHalMemoryFree(iterator);
-  EXPECT_EQ(OmbrixHalFileIteratorOpen("//none/dir"), nullptr);
-  EXPECT_EQ(OmbrixHalFileVolumeMount("//fake/"), 1);
-  EXPECT_EQ(OmbrixHalFileVolumeUnmount("//fake/"), 0);
-  EXPECT_TRUE(log.lines().empty());
 }
 
 }  // namespace
