@@ -197,6 +197,12 @@ TEST_F(FileTest, RenameBuildsTheTargetInTheOldDirectory) {
     const std::string renamed = "Renamed file successfully: '" + oldName + "' -> '" + newName + "'";
     EXPECT_EQ(log.take(), std::vector{done ? info(kRename, renamed) : error(kRename, outcome)});
   }
+  // A file system that refuses, and no new name (which never reaches it).
+  calls.clear();
+  slotResult = 0;
+  EXPECT_EQ(OmbrixHalFileRename("//fake/a", "b") + OmbrixHalFileRename("//fake/a", nullptr), 0);
+  EXPECT_EQ(calls, std::vector<std::string>{"Rename a b"});
+  EXPECT_EQ(log.take(), (std::vector{error(kRename, "Cannot rename file: '//fake/a' -> 'b'"), nullValue(kRename, "aNewName")}));
 }
 
 }  // namespace
