@@ -64,37 +64,6 @@ TEST_F(MapFilterSharing, APidChangeMovesTheClientToAnotherChain) {
   EXPECT_EQ(OmbrixHalFilterClose(a) + OmbrixHalFilterClose(b), 2);
 }
 
-// The client called first closes itself, or the client the fan-out was to call next.
-TEST_F(MapFilterSharing, AHandlerMayCloseItsOwnOrAnotherClientDuringTheFanOut) {
-  for (const bool closesNext : {false, true}) {
-    SCOPED_TRACE(closesNext ? "closes the next" : "closes itself");
-    struct Closer {
-      OmbrixHalFilterHandle victim;
-      int calls;
-    };
-    static Closer closer;
-    closer = {};
-    first = {};
-    second = {};
-    OmbrixHalFilterHandle kept = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, first);
-    OmbrixHalFilterHandle next = openStarted(OMBRIX_HAL_FILTER_TYPE_TS, 0x12, second);
-    OmbrixHalFilterHandle closing = openStarted(
-        OMBRIX_HAL_FILTER_TYPE_TS, 0x12,
-        [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {
-          if (closer.calls++ == 0) {
-            OmbrixHalFilterClose(closer.victim);
-          }
-        },
-        nullptr);
-    closer.victim = closesNext ? next : closing;
-    play(kStream);
-    EXPECT_EQ(closer.calls, closesNext ? 2 : 1);
-    EXPECT_EQ(first.data(), (std::vector{kPid12, kPid12}));
-    EXPECT_EQ(second.calls.size(), closesNext ? 0u : 2u);
-    EXPECT_EQ(OmbrixHalFilterClose(closesNext ? closing : next) + OmbrixHalFilterClose(kept), 2);
-  }
-}
-
 // Only PID, type and tuner together make clients share a chain.
 TEST_F(MapFilterSharing, ClientsOfOtherTypesOrTunersGetChainsOfTheirOwn) {
   const Bytes table = section(0x42, 300);
