@@ -8,6 +8,8 @@
 namespace ombrixhal::test {
 namespace {
 
+const OmbrixHalFilterHandler ignore = [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {};
+
 using FilterArguments = FileTunerTest;
 
 TEST_F(FilterArguments, NullArgumentsAndMissingSlotsFailNamingWhatIsMissing) {
@@ -67,11 +69,9 @@ TEST_F(FilterLogging, NamedFiltersReportTheirOutcomesUnderAFifteenCharacterName)
   OmbrixHalFilterParameter parameter = pidParameter(0x12);
   parameter.crcCheck = 1;
   parameter.filterLen = 3;
-  EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter), 1);
-  EXPECT_EQ(OmbrixHalFilterGetParameter(filter, &parameter), 1);
-  EXPECT_EQ(OmbrixHalFilterStart(filter), 1);
-  EXPECT_EQ(OmbrixHalFilterStop(filter), 1);
-  EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
+  EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter) + OmbrixHalFilterGetParameter(filter, &parameter) +
+                OmbrixHalFilterStart(filter) + OmbrixHalFilterStop(filter) + OmbrixHalFilterClose(filter),
+            5);
   const std::string name = "twenty-characte";
   EXPECT_EQ(log.lines(),
             (std::vector{info("OmbrixHalFilterOpen", "Opened filter '" + name + "' successfully"),
@@ -107,7 +107,6 @@ TEST_F(FilterLogging, AFailedSetIsLoggedUnderTheGetParameterNameAndUnnamedFilter
 using FilterChains = FileTunerTest;
 
 TEST_F(FilterChains, StagesStandOnTheRootInTheirOrderAndAFailedChainLeavesNothing) {
-  const OmbrixHalFilterHandler ignore = [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {};
   // On a PES root only the teletext stage is added; a section stage cannot stand there, and the
   // root stays as it was.
   FakeParentFilter* pesRoot = createFakeParent(OMBRIX_HAL_FILTER_TYPE_PES);
@@ -182,7 +181,6 @@ const StageKind kStageKinds[] = {
 using FilterStageLife = HalTest;
 
 TEST_F(FilterStageLife, EachStageNeedsItsParentsTypeAParameterAndAHandlerAndOwnsTheParentOnceHooked) {
-  const OmbrixHalFilterHandler ignore = [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {};
   OmbrixHalFilterParameter parameter = pidParameter(0x100);
   for (const StageKind& kind : kStageKinds) {
     SCOPED_TRACE(kind.name);
