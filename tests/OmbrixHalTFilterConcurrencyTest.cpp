@@ -88,9 +88,9 @@ INSTANTIATE_TEST_SUITE_P(EveryKind, HandlerDuringItsDelivery,
                          ::testing::Combine(::testing::ValuesIn(kKinds), ::testing::Values(Act::kClose, Act::kStop)),
                          kindAndAct);
 // Only clients that share a chain have a next one: PCR clients, like chains, stand alone.
-INSTANTIATE_TEST_SUITE_P(EveryClientKind, HandlerDuringItsDelivery,
-                         ::testing::Combine(::testing::ValuesIn(kKinds, kKinds + 3), ::testing::Values(Act::kCloseNext)),
-                         kindAndAct);
+INSTANTIATE_TEST_SUITE_P(
+    SharingKinds, HandlerDuringItsDelivery,
+    ::testing::Combine(::testing::ValuesIn(kKinds, kKinds + 3), ::testing::Values(Act::kCloseNext)), kindAndAct);
 
 struct OtherThreadCase {
   const char* name;

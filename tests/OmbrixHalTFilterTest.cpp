@@ -62,9 +62,8 @@ TEST_F(FilterArguments, OpenNeedsATunerWithATypeAndAHandlerForAllButPcr) {
 using FilterLogging = FileTunerTest;
 
 TEST_F(FilterLogging, NamedFiltersReportTheirOutcomesUnderAFifteenCharacterName) {
-  Deliveries deliveries;
   OmbrixHalFilterHandle filter =
-      OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "twenty-characters-xx", Deliveries::record, &deliveries);
+      OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "twenty-characters-xx", ignore, nullptr);
   ASSERT_NE(filter, nullptr);
   OmbrixHalFilterParameter parameter = pidParameter(0x12);
   parameter.crcCheck = 1;
@@ -86,10 +85,9 @@ TEST_F(FilterLogging, NamedFiltersReportTheirOutcomesUnderAFifteenCharacterName)
 // A client whose parameter found no chain cannot start, and closes cleanly.
 TEST_F(FilterLogging, AFailedSetIsLoggedUnderTheGetParameterNameAndUnnamedFiltersStayQuiet) {
   leaveTunerEntries(0);  // none for a chain
-  Deliveries deliveries;
   OmbrixHalFilterParameter parameter = pidParameter(0x100);
-  OmbrixHalFilterHandle named = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "n", Deliveries::record, &deliveries);
-  OmbrixHalFilterHandle unnamed = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "", Deliveries::record, &deliveries);
+  OmbrixHalFilterHandle named = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "n", ignore, nullptr);
+  OmbrixHalFilterHandle unnamed = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "", ignore, nullptr);
   log.clear();
   EXPECT_EQ(OmbrixHalFilterSetParameter(named, &parameter) + OmbrixHalFilterSetParameter(unnamed, &parameter), 0);
   EXPECT_EQ(OmbrixHalFilterStart(unnamed) + OmbrixHalFilterClose(unnamed), 1);
