@@ -146,7 +146,8 @@ Bytes resized(Bytes bytes, size_t size) {
 }
 
 // A stage kind's exports, in the slot order of the operations (teletext has no Reset), a unit
-// of its input that it delivers once, and units that are not whole, which it ignores.
+// of its input that it delivers once, one over two packets that a reset between them drops, and
+// units that are not whole, which it ignores.
 struct StageKind {
   const char* name;
   OmbrixHalFilterType parentType;
@@ -155,6 +156,7 @@ struct StageKind {
   OmbrixHalFilterOperations exports;
   OmbrixHalFilterHandler input;
   Bytes unit;
+  std::vector<Bytes> split = {};
   std::vector<Bytes> broken = {resized(unit, kTsPacketSize - 1), resized(unit, 204)};
 };
 
@@ -168,11 +170,11 @@ struct StageKind {
 const Bytes kTeletextPes = teletextPes(0x10, {teletextUnit(0x02, 0)});
 const StageKind kStageKinds[] = {
     {"section", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToSection, OmbrixHalFilterTsToSectionReset),
-     tsPacketsOf(section(0x42, 9), true)[0]},
+     tsPacketsOf(section(0x42, 9), true)[0], tsPacketsOf(section(0x42, 300), true)},
     {"PES", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToPes, OmbrixHalFilterTsToPesReset),
-     tsPacketsOf(pesPacket(100))[0]},
+     tsPacketsOf(pesPacket(100))[0], tsPacketsOf(pesPacket(300))},
     {"PCR", OMBRIX_HAL_FILTER_TYPE_TS, true, STAGE_EXPORTS(TsToPcr, OmbrixHalFilterTsToPcrReset), pcrPacket(1)},
-    {"teletext", OMBRIX_HAL_FILTER_TYPE_PES, false, STAGE_EXPORTS(PesToTtx, nullptr), kTeletextPes,
+    {"teletext", OMBRIX_HAL_FILTER_TYPE_PES, false, STAGE_EXPORTS(PesToTtx, nullptr), kTeletextPes, {},
      {resized(kTeletextPes, kTeletextPes.size() - 1)}},
 };
 
@@ -215,6 +217,11 @@ TEST_F(FilterStageLife, EachStageNeedsItsParentsTypeAParameterAndAHandlerAndOwns
     EXPECT_EQ(stage.Start(filter) + stage.IsEnabled(filter), 0);
     parent->refuseStart = false;
     EXPECT_EQ(stage.Start(filter) + stage.IsEnabled(filter), 2);
+    if (!kind.split.empty()) {
+      parent->deliver(kind.split[0]);
+      stage.Reset(filter);
+      parent->deliver(kind.split[1]);
+    }
     for (const Bytes& unit : kind.broken) {
       parent->deliver(unit);
     }
