@@ -68,9 +68,9 @@ TEST_F(FilterLogging, NamedFiltersReportTheirOutcomesUnderAFifteenCharacterName)
   OmbrixHalFilterParameter parameter = pidParameter(0x12);
   parameter.crcCheck = 1;
   parameter.filterLen = 3;
-  EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter) + OmbrixHalFilterGetParameter(filter, &parameter) +
-                OmbrixHalFilterStart(filter) + OmbrixHalFilterStop(filter) + OmbrixHalFilterClose(filter),
-            5);
+  // In this order: && sequences the calls, where + would not.
+  EXPECT_TRUE(OmbrixHalFilterSetParameter(filter, &parameter) && OmbrixHalFilterGetParameter(filter, &parameter) &&
+              OmbrixHalFilterStart(filter) && OmbrixHalFilterStop(filter) && OmbrixHalFilterClose(filter));
   const std::string name = "twenty-characte";
   EXPECT_EQ(log.lines(),
             (std::vector{info("OmbrixHalFilterOpen", "Opened filter '" + name + "' successfully"),
