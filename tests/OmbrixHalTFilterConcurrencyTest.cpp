@@ -4,7 +4,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <functional>
 #include <random>
 #include <thread>
 #include <tuple>
@@ -14,7 +13,6 @@
 namespace {
 
 using namespace ombrixhal::test;
-using namespace std::chrono_literals;
 
 struct FilterKind {
   const char* name;
@@ -43,34 +41,56 @@ class FilterConcurrency : public FileTunerTest {
   uint32_t pull() { return OmbrixHalTunerReceive(tuner, 100000); }
 };
 
-// A handler that closes or stops its own filter at its first call: none comes after it.
-class HandlerOnItsOwnFilter : public FilterConcurrency,
-                              public ::testing::WithParamInterface<std::tuple<FilterKind, bool>> {};
+// A handler that closes or stops its own filter, or closes the client the fan-out calls next, at
+// its first call: what it acted on gets nothing more, the clients around it get everything.
+enum class Act { kClose, kStop, kCloseNext };
 
-TEST_P(HandlerOnItsOwnFilter, EndsTheDeliveryThere) {
+class HandlerDuringItsDelivery : public FilterConcurrency,
+                                 public ::testing::WithParamInterface<std::tuple<FilterKind, Act>> {};
+
+TEST_P(HandlerDuringItsDelivery, EndsTheDeliveryOfWhatItActsOn) {
+  const auto& [kind, act] = GetParam();
   load(multiplex(kRounds));
-  static int calls;
-  static bool closes;
-  calls = 0;
-  closes = std::get<1>(GetParam());
-  OmbrixHalFilterHandle filter = openKind(std::get<0>(GetParam()), [](OmbrixHalFilterHandle aFilter, const uint8_t*,
-                                                                      uint32_t, void*) {
-    ++calls;
-    EXPECT_EQ(closes ? OmbrixHalFilterClose(aFilter) : OmbrixHalFilterStop(aFilter), 1);
+  static struct {
+    Act act;
+    OmbrixHalFilterHandle next;
+    int calls;
+  } actor;
+  // The fan-out visits the client attached last first: `before`, the actor, `next`, `after`.
+  Deliveries after, next, before;
+  OmbrixHalFilterHandle afterFilter = openKind(kind, Deliveries::record, &after);
+  actor = {act, act == Act::kCloseNext ? openKind(kind, Deliveries::record, &next) : nullptr, 0};
+  OmbrixHalFilterHandle filter = openKind(kind, [](OmbrixHalFilterHandle aFilter, const uint8_t*, uint32_t, void*) {
+    if (actor.calls++ == 0) {
+      EXPECT_EQ(actor.act == Act::kStop ? OmbrixHalFilterStop(aFilter)
+                                        : OmbrixHalFilterClose(actor.act == Act::kClose ? aFilter : actor.next),
+                1);
+    }
   }, nullptr);
+  OmbrixHalFilterHandle beforeFilter = openKind(kind, Deliveries::record, &before);
   pull();
-  EXPECT_EQ(calls, 1);
-  if (!closes) {
+  EXPECT_EQ(actor.calls, act == Act::kCloseNext ? static_cast<int>(before.calls.size()) : 1);
+  EXPECT_TRUE(next.calls.empty());
+  EXPECT_FALSE(before.calls.empty());
+  EXPECT_EQ(after.data(), before.data());
+  EXPECT_EQ(OmbrixHalFilterClose(afterFilter) + OmbrixHalFilterClose(beforeFilter), 2);
+  if (act != Act::kClose) {
     EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
   }
 }
 
-std::string kindAndAct(const ::testing::TestParamInfo<std::tuple<FilterKind, bool>>& info) {
-  return std::string(std::get<0>(info.param).name) + (std::get<1>(info.param) ? "Close" : "Stop");
+std::string kindAndAct(const ::testing::TestParamInfo<std::tuple<FilterKind, Act>>& info) {
+  static const char* const acts[] = {"Close", "Stop", "CloseNext"};
+  return std::string(std::get<0>(info.param).name) + acts[static_cast<int>(std::get<1>(info.param))];
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryKind, HandlerOnItsOwnFilter,
-                         ::testing::Combine(::testing::ValuesIn(kKinds), ::testing::Bool()), kindAndAct);
+INSTANTIATE_TEST_SUITE_P(EveryKind, HandlerDuringItsDelivery,
+                         ::testing::Combine(::testing::ValuesIn(kKinds), ::testing::Values(Act::kClose, Act::kStop)),
+                         kindAndAct);
+// Only clients that share a chain have a next one: PCR clients, like chains, stand alone.
+INSTANTIATE_TEST_SUITE_P(
+    SharingKinds, HandlerDuringItsDelivery,
+    ::testing::Combine(::testing::ValuesIn(kKinds, kKinds + 3), ::testing::Values(Act::kCloseNext)), kindAndAct);
 
 struct OtherThreadCase {
   const char* name;

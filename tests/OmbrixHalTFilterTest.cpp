@@ -8,6 +8,8 @@
 namespace ombrixhal::test {
 namespace {
 
+const OmbrixHalFilterHandler ignore = [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {};
+
 using FilterArguments = FileTunerTest;
 
 TEST_F(FilterArguments, NullArgumentsAndMissingSlotsFailNamingWhatIsMissing) {
@@ -60,18 +62,15 @@ TEST_F(FilterArguments, OpenNeedsATunerWithATypeAndAHandlerForAllButPcr) {
 using FilterLogging = FileTunerTest;
 
 TEST_F(FilterLogging, NamedFiltersReportTheirOutcomesUnderAFifteenCharacterName) {
-  Deliveries deliveries;
   OmbrixHalFilterHandle filter =
-      OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "twenty-characters-xx", Deliveries::record, &deliveries);
+      OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "twenty-characters-xx", ignore, nullptr);
   ASSERT_NE(filter, nullptr);
   OmbrixHalFilterParameter parameter = pidParameter(0x12);
   parameter.crcCheck = 1;
   parameter.filterLen = 3;
-  EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter), 1);
-  EXPECT_EQ(OmbrixHalFilterGetParameter(filter, &parameter), 1);
-  EXPECT_EQ(OmbrixHalFilterStart(filter), 1);
-  EXPECT_EQ(OmbrixHalFilterStop(filter), 1);
-  EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
+  // In this order: && sequences the calls, where + would not.
+  EXPECT_TRUE(OmbrixHalFilterSetParameter(filter, &parameter) && OmbrixHalFilterGetParameter(filter, &parameter) &&
+              OmbrixHalFilterStart(filter) && OmbrixHalFilterStop(filter) && OmbrixHalFilterClose(filter));
   const std::string name = "twenty-characte";
   EXPECT_EQ(log.lines(),
             (std::vector{info("OmbrixHalFilterOpen", "Opened filter '" + name + "' successfully"),
@@ -86,10 +85,9 @@ TEST_F(FilterLogging, NamedFiltersReportTheirOutcomesUnderAFifteenCharacterName)
 // A client whose parameter found no chain cannot start, and closes cleanly.
 TEST_F(FilterLogging, AFailedSetIsLoggedUnderTheGetParameterNameAndUnnamedFiltersStayQuiet) {
   leaveTunerEntries(0);  // none for a chain
-  Deliveries deliveries;
   OmbrixHalFilterParameter parameter = pidParameter(0x100);
-  OmbrixHalFilterHandle named = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "n", Deliveries::record, &deliveries);
-  OmbrixHalFilterHandle unnamed = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "", Deliveries::record, &deliveries);
+  OmbrixHalFilterHandle named = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "n", ignore, nullptr);
+  OmbrixHalFilterHandle unnamed = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "", ignore, nullptr);
   log.clear();
   EXPECT_EQ(OmbrixHalFilterSetParameter(named, &parameter) + OmbrixHalFilterSetParameter(unnamed, &parameter), 0);
   EXPECT_EQ(OmbrixHalFilterStart(unnamed) + OmbrixHalFilterClose(unnamed), 1);
@@ -107,7 +105,6 @@ TEST_F(FilterLogging, AFailedSetIsLoggedUnderTheGetParameterNameAndUnnamedFilter
 using FilterChains = FileTunerTest;
 
 TEST_F(FilterChains, StagesStandOnTheRootInTheirOrderAndAFailedChainLeavesNothing) {
-  const OmbrixHalFilterHandler ignore = [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {};
   // On a PES root only the teletext stage is added; a section stage cannot stand there, and the
   // root stays as it was.
   FakeParentFilter* pesRoot = createFakeParent(OMBRIX_HAL_FILTER_TYPE_PES);
@@ -149,7 +146,8 @@ Bytes resized(Bytes bytes, size_t size) {
 }
 
 // A stage kind's exports, in the slot order of the operations (teletext has no Reset), a unit
-// of its input that it delivers once, and units that are not whole, which it ignores.
+// of its input that it delivers once, one over two packets that a reset between them drops, and
+// units that are not whole, which it ignores.
 struct StageKind {
   const char* name;
   OmbrixHalFilterType parentType;
@@ -158,6 +156,7 @@ struct StageKind {
   OmbrixHalFilterOperations exports;
   OmbrixHalFilterHandler input;
   Bytes unit;
+  std::vector<Bytes> split = {};
   std::vector<Bytes> broken = {resized(unit, kTsPacketSize - 1), resized(unit, 204)};
 };
 
@@ -171,18 +170,17 @@ struct StageKind {
 const Bytes kTeletextPes = teletextPes(0x10, {teletextUnit(0x02, 0)});
 const StageKind kStageKinds[] = {
     {"section", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToSection, OmbrixHalFilterTsToSectionReset),
-     tsPacketsOf(section(0x42, 9), true)[0]},
+     tsPacketsOf(section(0x42, 9), true)[0], tsPacketsOf(section(0x42, 300), true)},
     {"PES", OMBRIX_HAL_FILTER_TYPE_TS, false, STAGE_EXPORTS(TsToPes, OmbrixHalFilterTsToPesReset),
-     tsPacketsOf(pesPacket(100))[0]},
+     tsPacketsOf(pesPacket(100))[0], tsPacketsOf(pesPacket(300))},
     {"PCR", OMBRIX_HAL_FILTER_TYPE_TS, true, STAGE_EXPORTS(TsToPcr, OmbrixHalFilterTsToPcrReset), pcrPacket(1)},
-    {"teletext", OMBRIX_HAL_FILTER_TYPE_PES, false, STAGE_EXPORTS(PesToTtx, nullptr), kTeletextPes,
+    {"teletext", OMBRIX_HAL_FILTER_TYPE_PES, false, STAGE_EXPORTS(PesToTtx, nullptr), kTeletextPes, {},
      {resized(kTeletextPes, kTeletextPes.size() - 1)}},
 };
 
 using FilterStageLife = HalTest;
 
 TEST_F(FilterStageLife, EachStageNeedsItsParentsTypeAParameterAndAHandlerAndOwnsTheParentOnceHooked) {
-  const OmbrixHalFilterHandler ignore = [](OmbrixHalFilterHandle, const uint8_t*, uint32_t, void*) {};
   OmbrixHalFilterParameter parameter = pidParameter(0x100);
   for (const StageKind& kind : kStageKinds) {
     SCOPED_TRACE(kind.name);
@@ -219,6 +217,11 @@ TEST_F(FilterStageLife, EachStageNeedsItsParentsTypeAParameterAndAHandlerAndOwns
     EXPECT_EQ(stage.Start(filter) + stage.IsEnabled(filter), 0);
     parent->refuseStart = false;
     EXPECT_EQ(stage.Start(filter) + stage.IsEnabled(filter), 2);
+    if (!kind.split.empty()) {
+      parent->deliver(kind.split[0]);
+      stage.Reset(filter);
+      parent->deliver(kind.split[1]);
+    }
     for (const Bytes& unit : kind.broken) {
       parent->deliver(unit);
     }

@@ -57,16 +57,5 @@ TEST_F(PesAssembly, DeliversBoundedPacketsAtTheirEndAndUnboundedOnesAtTheNextUni
   }
 }
 
-TEST_F(PesAssembly, ResetDropsThePartialPacket) {
-  Deliveries deliveries;
-  OmbrixHalFilterHandle filter = openStarted(OMBRIX_HAL_FILTER_TYPE_PES, 0x100, deliveries, {}, true);
-  load(concat(tsPacketsOf(pesPacket(600))));
-  ASSERT_EQ(OmbrixHalTunerReceive(tuner, 2), 1);
-  OmbrixHalFilterReset(filter);
-  ASSERT_EQ(OmbrixHalTunerReceive(tuner, 2), 1);
-  EXPECT_TRUE(deliveries.calls.empty());
-  OmbrixHalFilterClose(filter);
-}
-
 }  // namespace
 }  // namespace ombrixhal::test

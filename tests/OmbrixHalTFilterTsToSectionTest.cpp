@@ -75,12 +75,13 @@ TEST_F(SectionFilter, DeliversEveryWholeSectionThatPassesItsChecks) {
   }
 }
 
-// Sections received counts those that fail the CRC too; a reset keeps the info word.
+// Sections received counts those that fail the CRC too; a reset keeps the info word. Asked of a
+// client, which hands both calls to its chain.
 TEST_F(SectionFilter, CountsSectionsAndCrcErrorsUntilTheirReset) {
   Bytes flipped = section(0x02, 60);
   flipped[30] ^= 0x04;
   Deliveries deliveries;
-  OmbrixHalFilterHandle filter = openStarted(OMBRIX_HAL_FILTER_TYPE_SECTION, 0x100, deliveries, parameterWith(1), true);
+  OmbrixHalFilterHandle filter = openStarted(OMBRIX_HAL_FILTER_TYPE_SECTION, 0x100, deliveries, parameterWith(1));
   play(concat({tsPacketsOf(concat({flipped, section(0x02, 20)}), true)[0], tsPacketOf(0x1fff, 0xff)}));
   const auto info = [filter] {
     OmbrixHalFilterInfo info{};
