@@ -48,7 +48,7 @@ TEST_P(AvPlayerPlaybackTest, PlaysTheServiceAsFfmpegDecodesIt) {
   }
   load(stream);
   OmbrixHalAvPlayerHandle player = OmbrixHalAvPlayerOpen(tuner);
-  ASSERT_EQ(OmbrixHalAvPlayerSetParameter(player, &entry.service) + OmbrixHalAvPlayerPlay(player), 2);
+  ASSERT_EQ(sumInOrder({OmbrixHalAvPlayerSetParameter(player, &entry.service), OmbrixHalAvPlayerPlay(player)}), 2);
   ASSERT_EQ(!entry.muted || OmbrixHalAudioOutMute(), 1);
   ASSERT_EQ(OmbrixHalTunerReceive(tuner, uint32_t(stream.size() / kTsPacketSize)), 1);
   OmbrixHalAvPlayerStop(player);
@@ -80,7 +80,8 @@ TEST_F(FileTunerTest, WindowTakesTheBackgroundAtTheScreensSizeAndGivesItsKeys) {
   tuner = OmbrixHalTunerOpen("digitalFile");
   load(readBinary(ffmpegStreams() + kCases[2].file));
   OmbrixHalAvPlayerHandle player = OmbrixHalAvPlayerOpen(tuner);
-  ASSERT_EQ(OmbrixHalAvPlayerSetParameter(player, &kCases[2].service) + OmbrixHalAvPlayerPlay(player), 2);
+  ASSERT_EQ(sumInOrder({OmbrixHalAvPlayerSetParameter(player, &kCases[2].service),
+                        OmbrixHalAvPlayerPlay(player)}), 2);
   const struct { int32_t width, height; } cases[] = {{1024, 768}, {640, 360}};
   for (const auto& entry : cases) {
     ASSERT_TRUE(entry.width == 1024 || (OmbrixHalAvPlayerSetScreen(player, &entry.width, &entry.height) == 1 &&

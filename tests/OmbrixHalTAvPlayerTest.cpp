@@ -42,7 +42,9 @@ class AvPlayerTest : public FileTunerTest {
     FileTunerTest::TearDown();
   }
   // Sets the service and plays it; the sum of both answers.
-  int setAndPlay() { return OmbrixHalAvPlayerSetParameter(player, &kService) + OmbrixHalAvPlayerPlay(player); }
+  OmbrixHalBool setAndPlay() {
+    return OmbrixHalBool(sumInOrder({OmbrixHalAvPlayerSetParameter(player, &kService), OmbrixHalAvPlayerPlay(player)}));
+  }
   // The lines of the AV player's exports, and the PIDs that the filters were set to, since the last take.
   std::vector<LogLine> avLines() {
     std::vector<LogLine> lines = log.take();
@@ -67,13 +69,17 @@ TEST_F(AvPlayerArguments, NullsAreRefusedNamingTheParameterAndTheFirstPidOf8192O
   EXPECT_EQ(OmbrixHalAvPlayerOpen(nullptr), nullptr);
   OmbrixHalAvPlayerClose(nullptr);
   OmbrixHalAvPlayerStop(nullptr);
-  EXPECT_EQ(OmbrixHalAvPlayerSetParameter(nullptr, &kService) + OmbrixHalAvPlayerSetParameter(player, nullptr) +
-                OmbrixHalAvPlayerGetParameter(player, nullptr) + OmbrixHalAvPlayerGetAudioStreamInfo(player, nullptr) +
-                OmbrixHalAvPlayerGetVideoStreamInfo(nullptr, &read) + OmbrixHalAvPlayerPlay(nullptr) +
-                OmbrixHalAvPlayerSetScreen(nullptr, &size, &size) + OmbrixHalAvPlayerSuspendAudio(nullptr) +
-                OmbrixHalAvPlayerResumeVideo(nullptr) + OmbrixHalAvPlayerRun(nullptr) + OmbrixHalAvPlayerPause(nullptr) +
-                OmbrixHalAvPlayerIsStreamDecoded(nullptr) + OmbrixHalAvPlayerSetParameter(player, &pids[0]) +
-                OmbrixHalAvPlayerSetParameter(player, &pids[1]) + OmbrixHalAvPlayerSetParameter(player, &pids[2]),
+  EXPECT_EQ(sumInOrder({OmbrixHalAvPlayerSetParameter(nullptr, &kService),
+                        OmbrixHalAvPlayerSetParameter(player, nullptr),
+                        OmbrixHalAvPlayerGetParameter(player, nullptr),
+                        OmbrixHalAvPlayerGetAudioStreamInfo(player, nullptr),
+                        OmbrixHalAvPlayerGetVideoStreamInfo(nullptr, &read), OmbrixHalAvPlayerPlay(nullptr),
+                        OmbrixHalAvPlayerSetScreen(nullptr, &size, &size), OmbrixHalAvPlayerSuspendAudio(nullptr),
+                        OmbrixHalAvPlayerResumeVideo(nullptr), OmbrixHalAvPlayerRun(nullptr),
+                        OmbrixHalAvPlayerPause(nullptr), OmbrixHalAvPlayerIsStreamDecoded(nullptr),
+                        OmbrixHalAvPlayerSetParameter(player, &pids[0]),
+                        OmbrixHalAvPlayerSetParameter(player, &pids[1]),
+                        OmbrixHalAvPlayerSetParameter(player, &pids[2])}),
             0);
   const auto null = [](const std::string& name, const char* parameter = "This") {
     return nullValue("OmbrixHalAvPlayer" + name, parameter);
@@ -86,7 +92,8 @@ TEST_F(AvPlayerArguments, NullsAreRefusedNamingTheParameterAndTheFirstPidOf8192O
                                      error(kSet, "Illegal PID 'aParameter->AudioPid': '0x2000'", 0x1019),
                                      error(kSet, "Illegal PID 'aParameter->VideoPid': '0x2000'", 0x1019),
                                      error(kSet, "Illegal PID 'aParameter->PcrPid': '0x2345'", 0x1019)}));  // the logger's 4 digits
-  EXPECT_EQ(OmbrixHalAvPlayerSetParameter(player, &pids[3]) + OmbrixHalAvPlayerGetParameter(player, &read), 2);
+  EXPECT_EQ(sumInOrder({OmbrixHalAvPlayerSetParameter(player, &pids[3]),
+                        OmbrixHalAvPlayerGetParameter(player, &read)}), 2);
 }
 
 using AvPlayerOnARecording = AvPlayerTest;
@@ -135,8 +142,8 @@ TEST_F(AvPlayerOnARecording, StagesWhileRunningAndSendsWhenTheNextPacketWouldFil
 TEST_F(AvPlayerOnARecording, OutputsReachTheDecoder) {
   ASSERT_EQ(setAndPlay(), 2);
   uint8_t volume = 0;
-  EXPECT_EQ(OmbrixHalAudioOutSetVolume(55) + OmbrixHalAudioOutMute() + OmbrixHalAudioOutUnmute() +
-                OmbrixHalAudioOutGetVolume(&volume), 4);
+  EXPECT_EQ(sumInOrder({OmbrixHalAudioOutSetVolume(55), OmbrixHalAudioOutMute(), OmbrixHalAudioOutUnmute(),
+                        OmbrixHalAudioOutGetVolume(&volume)}), 4);
   EXPECT_EQ(volume, 55);
   for (int32_t ratio : {7, 8, 6}) {
     const OmbrixHalVideoOutDeviceValue pairs[] = {{OMBRIX_HAL_VIDEO_OUT_DEVICE_HDMI, ratio}, {0, 7}};
@@ -155,7 +162,7 @@ TEST_F(AvPlayerOnARecording, AnswersTheDecodersMessages) {
   const Bytes stream = concat({pes, pes, tsStream(300)});
   for (const auto& [width, height, answer] : {std::array{800, 480, 3}, {801, 480, 2}, {800, 479, 2}}) {
     voMTPEmulatorReset();
-    ASSERT_EQ(setAndPlay() + OmbrixHalAvPlayerSetScreen(player, &width, &height), 3);
+    ASSERT_EQ(sumInOrder({setAndPlay(), OmbrixHalAvPlayerSetScreen(player, &width, &height)}), 3);
     play(stream);
     OmbrixHalAvPlayerStop(player);
     voMTPEmulatorAnswer answers[3] = {};
@@ -184,7 +191,8 @@ TEST_F(AvPlayerTest, OnADvbTTunerTwoFiltersSelectAudioAndVideoAndEachBufferGoesO
   player = OmbrixHalAvPlayerOpen(tuner);
   log.clear();
   // The second SetParameter fails at the fourth filter, the table's last.
-  EXPECT_EQ(OmbrixHalAvPlayerSetParameter(player, &kService) + OmbrixHalAvPlayerSetParameter(player, &kService), 1);
+  EXPECT_EQ(sumInOrder({OmbrixHalAvPlayerSetParameter(player, &kService),
+                        OmbrixHalAvPlayerSetParameter(player, &kService)}), 1);
   const LogLine audio = info(kFilterSet, "FilterParam: pid=0x0101 crcCheck=disabled filterLen=0");
   const LogLine video = info(kFilterSet, "FilterParam: pid=0x0100 crcCheck=disabled filterLen=0");
   EXPECT_EQ(avLines(),

@@ -65,8 +65,8 @@ TEST_F(CriticalSectionLogging, MissingOrFailingSlotsAreLoggedAndNullHandlesReach
     Handle section = platform.Create();
     ASSERT_EQ(platform.Enter(section), 1);  // held, so that a leave reaching the platform would succeed
     EXPECT_EQ(testCase.call(section), 0);
-    EXPECT_EQ(OmbrixHalCriticalSectionEnter(nullptr) + OmbrixHalCriticalSectionTimedEnter(nullptr, 0) +
-                  OmbrixHalCriticalSectionLeave(nullptr) + OmbrixHalCriticalSectionDestroy(nullptr),
+    EXPECT_EQ(sumInOrder({OmbrixHalCriticalSectionEnter(nullptr), OmbrixHalCriticalSectionTimedEnter(nullptr, 0),
+                          OmbrixHalCriticalSectionLeave(nullptr), OmbrixHalCriticalSectionDestroy(nullptr)}),
               0);
     EXPECT_EQ(log.take(), (std::vector{testCase.expected, illegalNull("OmbrixHalCriticalSectionDestroy", "This")}));
     EXPECT_EQ(platform.Destroy(section), 1);
@@ -104,7 +104,7 @@ TEST_F(CriticalSectionSemaphore, AnotherThreadCanLeaveASectionAndAdmitsTheWaiter
   EXPECT_EQ(OmbrixHalCriticalSectionLeave(section), 1);
   waiter.join();
   EXPECT_TRUE(waiterEntered);
-  EXPECT_EQ(OmbrixHalCriticalSectionLeave(section) + OmbrixHalCriticalSectionDestroy(section), 2);
+  EXPECT_EQ(sumInOrder({OmbrixHalCriticalSectionLeave(section), OmbrixHalCriticalSectionDestroy(section)}), 2);
 }
 
 }  // namespace

@@ -139,7 +139,8 @@ TEST_F(FileRemove, RemovesOrRenamesToTheUtcTimeStampedNameAndNamesTheReasonOfAFa
   readOnly.Remove = nullptr;
   readOnly.Rename = nullptr;
   const OmbrixHalFileInterface plain = fakeInterface("//plain/");
-  ASSERT_EQ(OmbrixHalFileRegisterFileInterface(&readOnly) + OmbrixHalFileRegisterFileInterface(&plain), 2);
+  ASSERT_EQ(sumInOrder({OmbrixHalFileRegisterFileInterface(&readOnly),
+                        OmbrixHalFileRegisterFileInterface(&plain)}), 2);
   OmbrixHalClockSetUtcTime(1235909109);  // 2009-03-01T12:05:09
   ASSERT_EQ(OmbrixHalFileEnableFileHistory("//fake/", 1), 1);
   log.clear();
@@ -170,7 +171,7 @@ TEST_F(FileRemove, RemovesOrRenamesToTheUtcTimeStampedNameAndNamesTheReasonOfAFa
     EXPECT_EQ(calls, call.empty() ? std::vector<std::string>{} : std::vector{call}) << path;
     EXPECT_EQ(log.take(), std::vector{line}) << path;
   }
-  EXPECT_EQ(OmbrixHalFileEnableFileHistory("a", 1) + OmbrixHalFileEnableFileHistory("//ro/a", 1), 0);
+  EXPECT_EQ(sumInOrder({OmbrixHalFileEnableFileHistory("a", 1), OmbrixHalFileEnableFileHistory("//ro/a", 1)}), 0);
   const char* kEnable = "OmbrixHalFileEnableFileHistory";
   EXPECT_EQ(log.lines(),
             (std::vector{error(kEnable, "Cannot remove file: missing file prefix for 'a'"),
@@ -200,7 +201,7 @@ TEST_F(FileTest, RenameBuildsTheTargetInTheOldDirectory) {
   // A file system that refuses, and no new name (which never reaches it).
   calls.clear();
   slotResult = 0;
-  EXPECT_EQ(OmbrixHalFileRename("//fake/a", "b") + OmbrixHalFileRename("//fake/a", nullptr), 0);
+  EXPECT_EQ(sumInOrder({OmbrixHalFileRename("//fake/a", "b"), OmbrixHalFileRename("//fake/a", nullptr)}), 0);
   EXPECT_EQ(calls, std::vector<std::string>{"Rename a b"});
   EXPECT_EQ(log.take(), (std::vector{error(kRename, "Cannot rename file: '//fake/a' -> 'b'"), nullValue(kRename, "aNewName")}));
 }

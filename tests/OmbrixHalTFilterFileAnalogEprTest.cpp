@@ -48,7 +48,7 @@ TEST_F(FileAnalogEprLines, DeliversTheTeletextLinesOfTypeSevenOnlyWithTheSourceF
   OmbrixHalFilterHandle section = OmbrixHalFilterCreateRealFilter(tuner, 1, Deliveries::record, &lines);
   const Bytes teletext = record(0x27);
   hand(teletext);  // not started yet
-  ASSERT_EQ(OmbrixHalFilterStart(filter) + OmbrixHalFilterStart(section), 2);
+  ASSERT_EQ(sumInOrder({OmbrixHalFilterStart(filter), OmbrixHalFilterStart(section)}), 2);
   int source = 0;
   hand(teletext, &source);
   hand(teletext);
@@ -63,7 +63,7 @@ TEST_F(FileAnalogEprLines, DeliversTheTeletextLinesOfTypeSevenOnlyWithTheSourceF
   EXPECT_EQ(OmbrixHalFilterSetParameter(map, &parameter), 0);
   EXPECT_EQ(log.lines(), std::vector{error("OmbrixHalFilterSetParameter",
                                            "Internal error: Filter functions are not ported correctly.")});
-  EXPECT_EQ(OmbrixHalFilterClose(map) + OmbrixHalFilterClose(filter) + OmbrixHalFilterClose(section), 3);
+  EXPECT_EQ(sumInOrder({OmbrixHalFilterClose(map), OmbrixHalFilterClose(filter), OmbrixHalFilterClose(section)}), 3);
   EXPECT_TRUE(contexts.empty());
 }
 

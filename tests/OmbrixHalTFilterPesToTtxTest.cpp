@@ -54,8 +54,8 @@ TEST_F(TeletextLines, LinesAreReversedWhereTheyStandInThePesPacket) {
   OmbrixHalFilterHandle filter = OmbrixHalFilterPesToTtxCreate(&parent->head);
   Deliveries deliveries;
   const OmbrixHalFilterParameter parameter{};
-  ASSERT_EQ(OmbrixHalFilterSetHandler(filter, Deliveries::record, &deliveries) +
-                OmbrixHalFilterSetParameter(filter, &parameter) + OmbrixHalFilterStart(filter),
+  ASSERT_EQ(sumInOrder({OmbrixHalFilterSetHandler(filter, Deliveries::record, &deliveries),
+                        OmbrixHalFilterSetParameter(filter, &parameter), OmbrixHalFilterStart(filter)}),
             3);
   Bytes pes = teletextPes(0x10, {teletextUnit(0x02, 0x01), stuffingUnit(44), teletextUnit(0x03, 0x81)});
   parent->deliver(pes);

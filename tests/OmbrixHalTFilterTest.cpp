@@ -26,15 +26,17 @@ TEST_F(FilterArguments, NullArgumentsAndMissingSlotsFailNamingWhatIsMissing) {
   };
   log.clear();  // the fake's first tuner lock
   for (const auto& [function, call] : calls) {
-    EXPECT_EQ(call(nullptr) + call(&bare->head), 0);
+    EXPECT_EQ(sumInOrder({call(nullptr), call(&bare->head)}), 0);
     EXPECT_EQ(log.take(), (std::vector{nullValue(function, "This"), unsupported(function)}));
   }
-  EXPECT_EQ(OmbrixHalFilterSetParameter(&bare->head, nullptr) + OmbrixHalFilterGetParameter(&bare->head, nullptr), 0);
+  EXPECT_EQ(sumInOrder({OmbrixHalFilterSetParameter(&bare->head, nullptr),
+                        OmbrixHalFilterGetParameter(&bare->head, nullptr)}), 0);
   EXPECT_EQ(OmbrixHalFilterGetType(nullptr), 11u);
   EXPECT_EQ(OmbrixHalFilterClose(nullptr), 0);
   // The quiet ones.
   OmbrixHalFilterInfo info{};
-  EXPECT_EQ(OmbrixHalFilterGetInfo(&bare->head, &info) + OmbrixHalFilterSetHandler(&bare->head, nullptr, nullptr), 0);
+  EXPECT_EQ(sumInOrder({OmbrixHalFilterGetInfo(&bare->head, &info),
+                        OmbrixHalFilterSetHandler(&bare->head, nullptr, nullptr)}), 0);
   OmbrixHalFilterResetInfo(&bare->head);
   EXPECT_EQ(log.lines(),
             (std::vector{nullValue("OmbrixHalFilterSetParameter", "aParameter"),
@@ -89,9 +91,11 @@ TEST_F(FilterLogging, AFailedSetIsLoggedUnderTheGetParameterNameAndUnnamedFilter
   OmbrixHalFilterHandle named = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "n", ignore, nullptr);
   OmbrixHalFilterHandle unnamed = OmbrixHalFilterOpen(tuner, OMBRIX_HAL_FILTER_TYPE_TS, "", ignore, nullptr);
   log.clear();
-  EXPECT_EQ(OmbrixHalFilterSetParameter(named, &parameter) + OmbrixHalFilterSetParameter(unnamed, &parameter), 0);
-  EXPECT_EQ(OmbrixHalFilterStart(unnamed) + OmbrixHalFilterClose(unnamed), 1);
-  EXPECT_EQ(OmbrixHalFilterStart(named) + OmbrixHalFilterGetParameter(named, &parameter) + OmbrixHalFilterStop(named), 0);
+  EXPECT_EQ(sumInOrder({OmbrixHalFilterSetParameter(named, &parameter),
+                        OmbrixHalFilterSetParameter(unnamed, &parameter)}), 0);
+  EXPECT_EQ(sumInOrder({OmbrixHalFilterStart(unnamed), OmbrixHalFilterClose(unnamed)}), 1);
+  EXPECT_EQ(sumInOrder({OmbrixHalFilterStart(named), OmbrixHalFilterGetParameter(named, &parameter),
+                        OmbrixHalFilterStop(named)}), 0);
   EXPECT_EQ(OmbrixHalFilterClose(named), 1);
   EXPECT_EQ(log.lines(),
             (std::vector{error("OmbrixHalFilterGetParameter", "Cannot set filter parameter for 'n'"),
@@ -187,9 +191,9 @@ TEST_F(FilterStageLife, EachStageNeedsItsParentsTypeAParameterAndAHandlerAndOwns
     const OmbrixHalFilterOperations& stage = kind.exports;
     // Every export serves as a slot too, and tolerates a NULL handle.
     EXPECT_EQ(kind.create(nullptr), nullptr);
-    EXPECT_EQ(stage.Destroy(nullptr) + stage.SetFilterHandler(nullptr, ignore, nullptr) +
-                  stage.SetParameter(nullptr, &parameter) + stage.GetParameter(nullptr, &parameter) +
-                  stage.Start(nullptr) + stage.Stop(nullptr) + stage.IsEnabled(nullptr),
+    EXPECT_EQ(sumInOrder({stage.Destroy(nullptr), stage.SetFilterHandler(nullptr, ignore, nullptr),
+                          stage.SetParameter(nullptr, &parameter), stage.GetParameter(nullptr, &parameter),
+                          stage.Start(nullptr), stage.Stop(nullptr), stage.IsEnabled(nullptr)}),
               0);
     if (stage.Reset != nullptr) {
       stage.Reset(nullptr);
@@ -214,9 +218,9 @@ TEST_F(FilterStageLife, EachStageNeedsItsParentsTypeAParameterAndAHandlerAndOwns
     ASSERT_EQ(stage.SetFilterHandler(filter, Deliveries::record, &deliveries), 1);
     EXPECT_EQ(parent->input, kind.input);
     parent->refuseStart = true;
-    EXPECT_EQ(stage.Start(filter) + stage.IsEnabled(filter), 0);
+    EXPECT_EQ(sumInOrder({stage.Start(filter), stage.IsEnabled(filter)}), 0);
     parent->refuseStart = false;
-    EXPECT_EQ(stage.Start(filter) + stage.IsEnabled(filter), 2);
+    EXPECT_EQ(sumInOrder({stage.Start(filter), stage.IsEnabled(filter)}), 2);
     if (!kind.split.empty()) {
       parent->deliver(kind.split[0]);
       stage.Reset(filter);

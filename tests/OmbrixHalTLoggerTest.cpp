@@ -63,7 +63,8 @@ TEST_F(LoggerSeverity, ClassIdsArriveWithTheClassSeverityAndEachIdsBitGovernsTha
 
 TEST_F(LoggerSeverity, IdsInNoClassArriveAsErrorsUnderTheUnsupportedIdBitAndAreRefusedByEnableLog) {
   setAllClasses(0);
-  ASSERT_EQ(OmbrixHalLoggerEnableLog(0x1004, 1, kCaller) + OmbrixHalLoggerEnableLog(0x1005, 1, kCaller), 2);
+  ASSERT_EQ(sumInOrder({OmbrixHalLoggerEnableLog(0x1004, 1, kCaller),
+                        OmbrixHalLoggerEnableLog(0x1005, 1, kCaller)}), 2);
   const std::pair<uint32_t, std::string> cases[] = {{0, "0000"},         {0x0fff, "0fff"}, {0x1023, "1023"},
                                                     {0x200a, "200a"},    {0x3028, "3028"}, {0x4000, "4000"},
                                                     {0xffffffff, "ffff"}};

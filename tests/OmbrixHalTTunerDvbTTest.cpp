@@ -93,7 +93,7 @@ class DvbTTest : public FileTunerTest {
     OmbrixHalFilterHandle filter = chain ? OmbrixHalFilterCreateRealFilter(dvbT, type, handler, context)
                                          : OmbrixHalFilterOpen(dvbT, type, nullptr, handler, context);
     const OmbrixHalFilterParameter parameter = pidParameter(pid);
-    EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter) + OmbrixHalFilterStart(filter), 2);
+    EXPECT_EQ(sumInOrder({OmbrixHalFilterSetParameter(filter, &parameter), OmbrixHalFilterStart(filter)}), 2);
     return filter;
   }
 
@@ -126,7 +126,7 @@ TEST_F(DvbTTuner, AsksForFrequencyAndBandwidthAndWritesBackWhatTheDriverDetected
   for (const auto& [request, detected, bandwidth, monitoring] : cases) {
     SCOPED_TRACE(request[1]);
     OmbrixHalTunerParameter read{};
-    EXPECT_EQ(tune(request) + OmbrixHalTunerGetParameter(dvbT, &read, nullptr), 2);
+    EXPECT_EQ(sumInOrder({tune(request), OmbrixHalTunerGetParameter(dvbT, &read, nullptr)}), 2);
     const bool locked = detected[0] != 0;
     EXPECT_EQ(std::memcmp(&read.DvbT, (locked ? detected : request).data(), sizeof(DvbTRecord)), 0);
     EXPECT_EQ(OmbrixHalTunerDvbTGetStatus(dvbT),
@@ -158,15 +158,15 @@ TEST_F(DvbTTuner, GivesEachPacketToTheFirstEntryOfItsPidAndWholeBuffersToFlagged
   Deliveries first, second, whole;
   EXPECT_EQ(addPid(0x100, &first), 0) << "not tuned";
   tune(kLocked);
-  EXPECT_EQ(addPid(0x100, &first) + addPid(0x100, &second) + addPid(0x10000, &whole) +
-                addPid(0x20101, nullptr, nullptr) + addPid(0x101, &first, nullptr),
+  EXPECT_EQ(sumInOrder({addPid(0x100, &first), addPid(0x100, &second), addPid(0x10000, &whole),
+                        addPid(0x20101, nullptr, nullptr), addPid(0x101, &first, nullptr)}),
             4);
   EXPECT_EQ(log.lines(), std::vector{nullValue("OmbrixHalTunerDvbTAddPid", "aHandler")});
   EXPECT_EQ(DibEmulatorCountCalls("DibCreateTSReader") * 10 + DibEmulatorCountCalls("DibCreateFilter"),
             kReaderMode ? 10u : 1u);
   const Bytes a = tsPacketOf(0x100, 1), b = tsPacketOf(0x101, 2), c = tsPacketOf(0x100, 3);
   const Bytes buffer = concat({a, b, c, Bytes(a.begin(), a.begin() + 100)});  // and a partial packet
-  EXPECT_EQ(deliver(buffer, 0, 1) + deliver(buffer, 0, 3), 0);
+  EXPECT_EQ(sumInOrder({deliver(buffer, 0, 1), deliver(buffer, 0, 3)}), 0);
   EXPECT_EQ(first.calls.size() + whole.calls.size(), 0u) << "events 1 and 3 carry nothing";
   for (uint8_t index : {0, 1, 0}) {
     EXPECT_EQ(deliver(buffer, index), 0) << "the buffer came back";
@@ -181,7 +181,7 @@ TEST_F(DvbTTuner, GivesEachPacketToTheFirstEntryOfItsPidAndWholeBuffersToFlagged
   }
   EXPECT_EQ(addPid(0x200, &second), 0) << "the 17th";
   // The second entry of the PID takes its packets once the first is gone.
-  EXPECT_EQ(OmbrixHalTunerDvbTRemovePid(dvbT, 0x100) + OmbrixHalTunerDvbTRemovePid(dvbT, 0x102), 1);
+  EXPECT_EQ(sumInOrder({OmbrixHalTunerDvbTRemovePid(dvbT, 0x100), OmbrixHalTunerDvbTRemovePid(dvbT, 0x102)}), 1);
   EXPECT_EQ(deliver(a, 1), 0);
   EXPECT_EQ(second.data(), std::vector<Bytes>{a});
   EXPECT_EQ(OmbrixHalTunerDvbTRemovePid(dvbT, OMBRIX_HAL_TUNER_DVB_T_PID_ALL), 1);
@@ -194,8 +194,9 @@ TEST_F(DvbTTuner, OneAtATimePrintingTheDriversVersionsAndStayingWellWithEveryDri
   EXPECT_STREQ(OmbrixHalTunerDvbTGetDriverVersionString(), "3.2.1");
   EXPECT_EQ(OmbrixHalTunerOpen("DVB-T"), nullptr);
   EXPECT_EQ(log.take(), std::vector{error("OmbrixHalTunerOpen", "Cannot open tuner: 'DVB-T'", 0x1007)});
-  EXPECT_EQ(OmbrixHalTunerReceive(dvbT, 2) + OmbrixHalTunerRegisterPacketHandler(dvbT, Deliveries::record, &console) +
-                OmbrixHalTunerUnregisterPacketHandler(dvbT, &console, nullptr),
+  EXPECT_EQ(sumInOrder({OmbrixHalTunerReceive(dvbT, 2),
+                        OmbrixHalTunerRegisterPacketHandler(dvbT, Deliveries::record, &console),
+                        OmbrixHalTunerUnregisterPacketHandler(dvbT, &console, nullptr)}),
             3);
   // Each driver call failing in turn, from the open of a second tuner on.
   enum Mode { kBoth, kBuffers, kReader };
@@ -239,7 +240,7 @@ TEST_F(DvbTTuner, OneAtATimePrintingTheDriversVersionsAndStayingWellWithEveryDri
     std::vector<int64_t> answers{(dvbT = open()) != nullptr};
     if (dvbT != nullptr) {
       auto* driver = static_cast<DibDriverHandle>(OmbrixHalTunerDvbTGetHandle(dvbT));
-      answers = {1, (tune(kLocked) + tune(kLocked)) * 10 + OmbrixHalTunerDvbTGetStatus(dvbT),
+      answers = {1, sumInOrder({tune(kLocked) * 10, tune(kLocked) * 10, OmbrixHalTunerDvbTGetStatus(dvbT)}),
                  addPid(0x100, &received), addPid(0x101, &received),
                  deliver(concat({tsPacketOf(0x100, 1), tsPacketOf(0x101, 2)})) == 0,
                  deliver(tsPacketOf(0x100, 1)) == 0, int64_t(received.calls.size()),
@@ -279,7 +280,7 @@ TEST_F(DvbTFilters, ClientsReceiveWhatADigitalFileTunerDeliversFromTheSameBytes)
   for (size_t i = 0; i < std::size(types); ++i) {
     EXPECT_FALSE(live[i].calls.empty());
     EXPECT_EQ(live[i].data(), fromFile[i].data()) << i;
-    EXPECT_EQ(OmbrixHalFilterClose(filters[2 * i]) + OmbrixHalFilterClose(filters[2 * i + 1]), 2);
+    EXPECT_EQ(sumInOrder({OmbrixHalFilterClose(filters[2 * i]), OmbrixHalFilterClose(filters[2 * i + 1])}), 2);
   }
   EXPECT_EQ(DibEmulatorCountCalls("DibRemoveFromFilter"), 5u) << "one chain per PID and type";
 }
@@ -329,16 +330,16 @@ TEST_F(DvbTFilters, ThePoolHasThirtyFiltersRunningOnlyOnceConfiguredAndStarted) 
   EXPECT_EQ(OmbrixHalFilterDvbTTsCreate(dvbT, OMBRIX_HAL_FILTER_TYPE_TS, Deliveries::record, &deliveries), pool[7]);
   OmbrixHalFilterHandle filter = pool[0];
   OmbrixHalFilterParameter parameter = pidParameter(OMBRIX_HAL_FILTER_PID_ALL);
-  EXPECT_EQ(OmbrixHalFilterStart(filter) + OmbrixHalFilterSetParameter(filter, &parameter), 0);
+  EXPECT_EQ(sumInOrder({OmbrixHalFilterStart(filter), OmbrixHalFilterSetParameter(filter, &parameter)}), 0);
   EXPECT_EQ(DibEmulatorCountCalls("DibCreateFilter") * 10 + DibEmulatorCountCalls("DibAddToFilter"), 10u);
   parameter.pid = 0x100;
   EXPECT_EQ(OmbrixHalFilterSetParameter(filter, &parameter), 1);
-  EXPECT_EQ(OmbrixHalFilterStop(filter) + OmbrixHalFilterGetParameter(filter, &parameter), 0);
+  EXPECT_EQ(sumInOrder({OmbrixHalFilterStop(filter), OmbrixHalFilterGetParameter(filter, &parameter)}), 0);
   const Bytes packet = tsPacketOf(0x100, 1);
   EXPECT_EQ(OmbrixHalFilterStart(filter), 1);
-  EXPECT_EQ(deliver(packet, 0, 3) + deliver(packet) + deliver(packet), 0) << "given back at once";
+  EXPECT_EQ(sumInOrder({deliver(packet, 0, 3), deliver(packet), deliver(packet)}), 0) << "given back at once";
   EXPECT_EQ(deliveries.data(), std::vector(2, packet));
-  EXPECT_EQ(OmbrixHalFilterStop(filter) + deliver(packet), 1);
+  EXPECT_EQ(sumInOrder({OmbrixHalFilterStop(filter), deliver(packet)}), 1);
   EXPECT_EQ(deliveries.calls.size(), 2u) << "stopped";
   EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
 }
@@ -376,7 +377,7 @@ TEST_F(DvbTDelivery, ClientsOpenStopAndCloseFiltersWhileTheDriversThreadDelivers
       OmbrixHalFilterHandle filter = client(type, kPidOfType[type], count<OmbrixHalFilterHandle>, &delivered);
       std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
       if (random() % 2 == 0) {
-        EXPECT_EQ(OmbrixHalFilterStop(filter) + OmbrixHalFilterStart(filter), 2);
+        EXPECT_EQ(sumInOrder({OmbrixHalFilterStop(filter), OmbrixHalFilterStart(filter)}), 2);
       }
       EXPECT_EQ(OmbrixHalFilterClose(filter), 1);
     }
@@ -388,7 +389,7 @@ TEST_F(DvbTDelivery, ClientsOpenStopAndCloseFiltersWhileTheDriversThreadDelivers
   for (const int before = delivered; delivered < before + 10 || buffers < 10;) {
     std::this_thread::yield();
   }
-  EXPECT_EQ(OmbrixHalFilterClose(filter) + OmbrixHalTunerClose(std::exchange(dvbT, nullptr)), 2);
+  EXPECT_EQ(sumInOrder({OmbrixHalFilterClose(filter), OmbrixHalTunerClose(std::exchange(dvbT, nullptr))}), 2);
   const int after = buffers;
   std::this_thread::sleep_for(10ms);
   EXPECT_EQ(buffers, after);

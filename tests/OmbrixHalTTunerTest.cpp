@@ -108,7 +108,7 @@ TEST_F(TunerArguments, NullArgumentsFailNamingTheParameterAndMissingSlotsWarnBut
   bare->Operations.Destroy = kFakeOperations.Destroy;  // so that it can be closed
   log.clear();
   for (const auto& [function, call, argument] : cases) {
-    EXPECT_EQ(call(nullptr, true) + call(tuner, false) + call(bare, true), 0);
+    EXPECT_EQ(sumInOrder({call(nullptr, true), call(tuner, false), call(bare, true)}), 0);
     EXPECT_EQ(log.take(),
               (std::vector{nullValue(function, "This"), nullValue(function, argument), unsupported(function)}));
   }
@@ -117,7 +117,7 @@ TEST_F(TunerArguments, NullArgumentsFailNamingTheParameterAndMissingSlotsWarnBut
            OmbrixHalTunerUnregisterPacketHandler(t, context, nullptr);
   };
   EXPECT_EQ(both(tuner, &version), 2);
-  EXPECT_EQ(both(nullptr, &version) + both(tuner, nullptr) + both(bare, &version), 0);
+  EXPECT_EQ(sumInOrder({both(nullptr, &version), both(tuner, nullptr), both(bare, &version)}), 0);
   EXPECT_EQ(OmbrixHalTunerRegisterPacketHandler(tuner, nullptr, &version), 0);
   EXPECT_EQ(log.lines(), std::vector<LogLine>{});
   OmbrixHalTunerClose(bare);
@@ -179,7 +179,7 @@ using TunerDelivery = FakeTunerTest;
 TEST_F(TunerDelivery, ReceiveCountZeroCallsNothingAndStrengthIsZeroUntilTuned) {
   open();
   fake.packetsLeft = 2;
-  EXPECT_EQ(OmbrixHalTunerReceive(tuner, 0) + OmbrixHalTunerReceive(tuner, 2), 2);
+  EXPECT_EQ(sumInOrder({OmbrixHalTunerReceive(tuner, 0), OmbrixHalTunerReceive(tuner, 2)}), 2);
   EXPECT_EQ(OmbrixHalTunerReceive(tuner, 5), 0);
   EXPECT_EQ(fake.calls, 3u) << "the first empty call stops";
   EXPECT_EQ(log.lines(), std::vector{info("OmbrixHalTunerReceive", "No more packets available", 0x3001)});

@@ -41,7 +41,8 @@ TEST_F(UartTest, ThisPlatformFillsNoSlotSoEveryOperationIsNotSupported) {
   EXPECT_EQ(OmbrixHalUartPlatformGetInterface(&offered.table), 0);
   offer(offered.table);
   EXPECT_EQ(OmbrixHalUartOpen(kSettings, 1), nullptr);
-  EXPECT_EQ(OmbrixHalUartClose(kPort) + OmbrixHalUartRead(kPort, buffer, 4) + OmbrixHalUartWrite(kPort, buffer, 4), 0u);
+  EXPECT_EQ(sumInOrder({OmbrixHalUartClose(kPort), OmbrixHalUartRead(kPort, buffer, 4),
+                        OmbrixHalUartWrite(kPort, buffer, 4)}), 0);
   EXPECT_EQ(log.lines(), (std::vector{notSupported("OmbrixHalUartOpen"), notSupported("OmbrixHalUartClose"),
                                       notSupported("OmbrixHalUartRead"), notSupported("OmbrixHalUartWrite")}));
 }
@@ -49,10 +50,10 @@ TEST_F(UartTest, ThisPlatformFillsNoSlotSoEveryOperationIsNotSupported) {
 TEST_F(UartTest, RefusesTheFirstBadArgumentWithoutReachingThePort) {
   offer(kWorkingPort);
   EXPECT_EQ(OmbrixHalUartOpen(nullptr, 1), nullptr);
-  EXPECT_EQ(OmbrixHalUartClose(nullptr) + OmbrixHalUartRead(nullptr, nullptr, 4) +
-                OmbrixHalUartRead(kPort, nullptr, 4) + OmbrixHalUartWrite(nullptr, nullptr, 4) +
-                OmbrixHalUartWrite(kPort, nullptr, 4),
-            0u);
+  EXPECT_EQ(sumInOrder({OmbrixHalUartClose(nullptr), OmbrixHalUartRead(nullptr, nullptr, 4),
+                        OmbrixHalUartRead(kPort, nullptr, 4), OmbrixHalUartWrite(nullptr, nullptr, 4),
+                        OmbrixHalUartWrite(kPort, nullptr, 4)}),
+            0);
   EXPECT_EQ(log.lines(),
             (std::vector{illegalNull("OmbrixHalUartOpen", "aParameter"), illegalNull("OmbrixHalUartClose", "This"),
                          illegalNull("OmbrixHalUartRead", "This"), illegalNull("OmbrixHalUartRead", "aBuffer"),

@@ -74,7 +74,7 @@ TEST_F(VideoOutTest, KnownPairsAreKeptWhateverThePlatformAnswersTillTheNextStart
 TEST_F(VideoOutTest, ThisPlatformTakesAspectRatiosAndFormatsAndSupportsNothingElse) {
   OmbrixHalVideoOutPlatformInterface table;
   ASSERT_EQ(OmbrixHalVideoOutPlatformGetInterface(&table), 1);
-  EXPECT_EQ(table.Init() + table.SetDeviceFormats(kFormats, 6), 2);
+  EXPECT_EQ(sumInOrder({table.Init(), table.SetDeviceFormats(kFormats, 6)}), 2);
   EXPECT_EQ(table.Blank, nullptr);
 }
 

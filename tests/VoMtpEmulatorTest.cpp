@@ -10,6 +10,7 @@
 
 #include "OmbrixHalPlayerLibraryCalls.h"
 #include "OmbrixHalStreamBuilder.h"
+#include "OmbrixHalSumInOrder.h"
 
 namespace ombrixhal::test {
 namespace {
@@ -81,14 +82,14 @@ TEST(VoMtpEmulator, CountsTheSamePacketsPesStartsAndTimestampsWhereverTheStreamI
     SCOPED_TRACE(chunk);
     voMTPEmulatorReset();
     const std::array decoders = {open(), open()};
-    ASSERT_EQ(voMTPRun(decoders[0]) + voMTPRun(decoders[1]), 0);
+    ASSERT_EQ(sumInOrder({voMTPRun(decoders[0]), voMTPRun(decoders[1])}), 0);
     for (size_t at = 0; at < kStream.size(); at += chunk) {
       for (voMTPHandle decoder : decoders) {
         EXPECT_EQ(voMTPSendData(decoder, kStream.data() + at, uint32_t(std::min(chunk, kStream.size() - at)), kStreamId, 0), 0);
       }
     }
     std::array<voMTPEmulatorPid, 4> pids{};
-    EXPECT_EQ(voMTPEmulatorGetPids(pids.data(), 4) + voMTPUnInit(), 4u);
+    EXPECT_EQ(sumInOrder({voMTPEmulatorGetPids(pids.data(), 4), voMTPUnInit()}), 4);
     EXPECT_EQ((std::bit_cast<std::array<uint32_t, 16>>(pids)),
               (std::array<uint32_t, 16>{kVideo, 10, 6, 4, kAudio, 2, 2, 2, kOther, 4, 0, 0, 0x103, 2, 2, 2}));
     std::ifstream file(path);
@@ -132,7 +133,7 @@ TEST(VoMtpEmulator, ProgrammedFailuresAnswerInsteadOfTheCall) {
   std::array<uint32_t, 2> volume{1, 1};
   EXPECT_EQ((std::array{voMTPSetVolume(second, 60), voMTPGetVolume(first, &volume[0], &volume[1])}), (std::array{0, 0}));
   EXPECT_EQ(volume, (std::array{60u, 0u}));
-  EXPECT_EQ(voMTPEmulatorBytesReceived() + voMTPEmulatorGetPids(nullptr, 0), 0u);
+  EXPECT_EQ(sumInOrder({int64_t(voMTPEmulatorBytesReceived()), voMTPEmulatorGetPids(nullptr, 0)}), 0);
   voMTPEmulatorReset();
   EXPECT_EQ((std::array{uint32_t(voMTPGetVolume(open(), &volume[0], &volume[1])), volume[0]}), (std::array{0u, 0u}));
 }

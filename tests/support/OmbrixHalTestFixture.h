@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "OmbrixHal.h"
+#include "OmbrixHalSumInOrder.h"
 #include "OmbrixHalTTestSeams.h"
 
 namespace ombrixhal::test {
